@@ -1,0 +1,180 @@
+#include <LumvoData/Contracts/Host/CFile.h>
+
+#include <LumvoData/Contracts/KelvraService/KvText.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <utility>
+
+namespace Kelvra {
+namespace {
+
+std::FILE* OpenStream(const std::filesystem::path& path, bool writing)
+{
+#if defined(_WIN32)
+    return _wfsopen(path.c_str(), writing ? L"wb" : L"rb", _SH_DENYRW);
+#else
+    return std::fopen(path.c_str(), writing ? "wb" : "rb");
+#endif
+}
+
+/// Size of a regular file, without changing what `error` says where there is none.
+std::uint64_t RegularFileSize(const std::filesystem::path& path, std::error_code& error)
+{
+    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    if (error)
+        return 0;
+    if (!std::filesystem::exists(status))
+        error = std::make_error_code(std::errc::no_such_file_or_directory);
+    else if (std::filesystem::is_directory(status))
+        error = std::make_error_code(std::errc::is_a_directory);
+    else if (!std::filesystem::is_regular_file(status))
+        error = std::make_error_code(std::errc::invalid_seek);
+    return error ? 0 : std::filesystem::file_size(path, error);
+}
+
+std::error_code SystemError() noexcept
+{
+    return {errno != 0 ? errno : EIO, std::generic_category()};
+}
+} // namespace
+
+CFile::CFile() = default;
+
+CFile::~CFile()
+{
+    try {
+        Close();
+    } catch (...) { // a caller that must know calls Close itself
+    }
+}
+
+bool CFile::Open(const std::wstring& fileName, unsigned flags)
+{
+    Close();
+    m_FileName = fileName;
+    m_Error.clear();
+    if (fileName.find(L'\0') != std::wstring::npos) { // the system would open what stands before it
+        m_Error = std::make_error_code(std::errc::invalid_argument);
+        return false;
+    }
+    const std::filesystem::path path = KvText::ToPath(fileName);
+    const bool writing = (flags & modeWrite) != 0;
+    const std::uint64_t size = writing ? 0 : RegularFileSize(path, m_Error);
+    if (m_Error)
+        return false;
+    errno = 0;
+    m_File = OpenStream(path, writing);
+    if (m_File == nullptr) {
+        m_Error = SystemError();
+        return false;
+    }
+    std::setvbuf(m_File, nullptr, _IONBF, 0); // one buffer is enough, and ours knows its position
+    if (!m_Buffer)
+        m_Buffer.reset(new char[s_BufferSize]); // not make_unique, which would fill it with zeros
+    m_Writing = m_Writable = writing;
+    m_Size = size;
+    m_Used = m_Filled = 0;
+    m_BufferStart = 0;
+    return true;
+}
+
+std::size_t CFile::ReadBeyondBuffer(void* data, std::size_t count)
+{
+    char* const bytes = static_cast<char*>(data);
+    const std::size_t buffered = m_Filled - m_Used;
+    if (buffered > 0)
+        std::memcpy(bytes, m_Buffer.get() + m_Used, buffered);
+    m_BufferStart += m_Filled;
+    m_Used = m_Filled = 0;
+    if (m_File == nullptr || m_Writing)
+        return buffered;
+
+    std::size_t done = buffered;
+    if (count - done >= s_BufferSize) {
+        const std::size_t direct = ReadFromSystem(bytes + done, count - done);
+        m_BufferStart += direct;
+        done += direct;
+    } else {
+        m_Filled = ReadFromSystem(m_Buffer.get(), s_BufferSize);
+        m_Used = std::min(count - done, m_Filled);
+        std::memcpy(bytes + done, m_Buffer.get(), m_Used);
+        done += m_Used;
+    }
+    if (done < count)
+        m_Size = GetPosition();
+    return done;
+}
+
+void CFile::WriteBeyondBuffer(const void* data, std::size_t count)
+{
+    if (!m_Writable) {
+        if (!m_Error)
+            m_Error = std::make_error_code(std::errc::bad_file_descriptor);
+        Fail("cannot write");
+    }
+    const char* const bytes = static_cast<const char*>(data);
+    const std::size_t fits = std::min(count, s_BufferSize - m_Used);
+    std::memcpy(m_Buffer.get() + m_Used, bytes, fits);
+    m_Used += fits;
+    WriteToSystem(m_Buffer.get(), std::exchange(m_Used, 0));
+    const std::size_t rest = count - fits;
+    if (rest >= s_BufferSize)
+        WriteToSystem(bytes + fits, rest);
+    else {
+        std::memcpy(m_Buffer.get(), bytes + fits, rest);
+        m_Used = rest;
+    }
+}
+
+std::size_t CFile::ReadFromSystem(void* data, std::size_t count)
+{
+    errno = 0;
+    const std::size_t done = std::fread(data, 1, count, m_File);
+    if (done < count && std::ferror(m_File) != 0) {
+        m_Error = SystemError();
+        Fail("cannot read");
+    }
+    return done;
+}
+
+bool CFile::PutToSystem(const void* data, std::size_t count) noexcept
+{
+    errno = 0;
+    const std::size_t done = std::fwrite(data, 1, count, m_File);
+    m_BufferStart += done;
+    if (done == count)
+        return true;
+    m_Error = SystemError();
+    m_Writable = false;
+    return false;
+}
+
+void CFile::WriteToSystem(const void* data, std::size_t count)
+{
+    if (!PutToSystem(data, count))
+        Fail("cannot write");
+}
+
+void CFile::Close()
+{
+    if (m_File == nullptr)
+        return;
+    if (m_Writable && m_Used > 0)
+        PutToSystem(m_Buffer.get(), m_Used);
+    errno = 0;
+    if (std::fclose(std::exchange(m_File, nullptr)) != 0 && m_Writing && !m_Error)
+        m_Error = SystemError();
+    const bool lost = m_Writing && m_Error;
+    m_Writing = m_Writable = false;
+    m_Used = m_Filled = 0;
+    m_BufferStart = m_Size = 0;
+    if (lost)
+        Fail("cannot write");
+}
+
+void CFile::Fail(const char* action) const
+{
+    throw std::system_error(m_Error, KvText::ToUtf8(m_FileName) + ": " + action);
+}
+} // namespace Kelvra

@@ -1,0 +1,109 @@
+#pragma once
+
+#include <LumvoData/Contracts/KelvraService/KvExport.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <system_error>
+
+namespace Kelvra {
+
+/// The host framework's file: a regular file that is either read or written, from front to back.
+///
+/// Small transfers go through a buffer, so that each costs nanoseconds; large ones go straight between the
+/// caller's memory and the system.
+///
+/// - Units: bytes. Offsets count from the start of the file.
+/// - Ownership: owns its buffer and the open file; can be neither copied nor moved.
+/// - Errors: Open answers false and keeps the reason. A failed or short write, a failed read, flush or close
+///   throws `std::system_error` with the file's name and the system's reason. Once a write has failed, every
+///   later Write and the Close throw the same reason again, so that no gap stays unnoticed. The destructor
+///   swallows.
+class KELVRAHOST_API CFile
+{
+public:
+    enum OpenFlags : unsigned
+    {
+        modeRead = 0x0000,   ///< An existing file, read only.
+        modeWrite = 0x0001,  ///< Writing; goes with modeCreate.
+        modeCreate = 0x1000, ///< Make the file, or empty the one that is there.
+    };
+
+    CFile();
+    ~CFile();
+    CFile(const CFile&) = delete;
+    CFile& operator=(const CFile&) = delete;
+
+    /// Opens `fileName` with modeRead, or with modeCreate | modeWrite; a file that is still open is closed
+    /// first. Directories, pipes and other things without a size cannot be read. On Windows nobody else can open the
+    /// file meanwhile; POSIX systems have no such request.
+    /// \returns true when the file is open; otherwise GetError() says why it is not.
+    bool Open(const std::wstring& fileName, unsigned flags);
+    [[nodiscard]] bool IsOpen() const noexcept { return m_File != nullptr; }
+    /// Why the last Open failed, or why reading or writing failed since; empty while all is well.
+    [[nodiscard]] const std::error_code& GetError() const noexcept { return m_Error; }
+
+    /// Reads up to `count` bytes into `data`, fewer only at the end of the file.
+    /// \returns the number of bytes read.
+    std::size_t Read(void* data, std::size_t count)
+    {
+        if (count > m_Filled - m_Used)
+            return ReadBeyondBuffer(data, count);
+        if (count == 0) // a file that was never opened has no buffer
+            return 0;
+        std::memcpy(data, m_Buffer.get() + m_Used, count);
+        m_Used += count;
+        return count;
+    }
+
+    /// Writes `count` bytes.
+    void Write(const void* data, std::size_t count)
+    {
+        if (!m_Writable || count > s_BufferSize - m_Used)
+            return WriteBeyondBuffer(data, count);
+        if (count == 0)
+            return;
+        std::memcpy(m_Buffer.get() + m_Used, data, count);
+        m_Used += count;
+    }
+
+    /// Offset of the next byte to be read or written.
+    [[nodiscard]] std::uint64_t GetPosition() const noexcept { return m_BufferStart + m_Used; }
+    /// Bytes between the position and the end of a file that is being read, as long as it was when opened or
+    /// as it turned out to be; 0 for a file that is being written or not open.
+    [[nodiscard]] std::uint64_t GetBytesLeft() const noexcept
+    {
+        return m_Writing || m_Size < GetPosition() ? 0 : m_Size - GetPosition();
+    }
+
+    /// Writes what is still in the buffer and closes the file. The file is closed whether or not this throws;
+    /// on a file that is not open it does nothing.
+    void Close();
+
+private:
+    static constexpr std::size_t s_BufferSize = 64 * 1024;
+
+    std::size_t ReadBeyondBuffer(void* data, std::size_t count);
+    void WriteBeyondBuffer(const void* data, std::size_t count);
+    std::size_t ReadFromSystem(void* data, std::size_t count);
+    void WriteToSystem(const void* data, std::size_t count);
+    bool PutToSystem(const void* data, std::size_t count) noexcept;
+    [[noreturn]] void Fail(const char* action) const;
+
+    std::unique_ptr<char[]> m_Buffer;
+    std::size_t m_Used = 0;          // bytes of the buffer that were read, or that wait to be written
+    std::size_t m_Filled = 0;        // bytes of the buffer that came from the file; 0 when writing
+    std::uint64_t m_BufferStart = 0; // offset in the file of the buffer's first byte
+    std::uint64_t m_Size = 0;
+    std::FILE* m_File = nullptr;
+    bool m_Writing = false;
+    bool m_Writable = false; // writing, and no write has failed
+    std::wstring m_FileName;
+    std::error_code m_Error;
+};
+} // namespace Kelvra

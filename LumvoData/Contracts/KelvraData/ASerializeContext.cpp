@@ -1,0 +1,6 @@
+#include <LumvoData/Contracts/KelvraData/ASerializeContext.h>
+
+namespace Kelvra {
+
+ASerializeContext::~ASerializeContext() = default;
+} // namespace Kelvra

@@ -1,0 +1,233 @@
+#include <LumvoData/Contracts/Host/CFile.h>
+#include <LumvoData/Contracts/KelvraData/AIStreamXML.h>
+#include <LumvoData/Contracts/KelvraData/AOStreamXML.h>
+#include <LumvoData/Contracts/KelvraService/KvText.h>
+
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <cstdint>
+#include <istream>
+#include <iterator>
+#include <map>
+#include <ostream>
+#include <sstream>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace Kelvra {
+namespace {
+
+// Text is kept to the letter: no normalised line breaks, and elements may hold nothing but white space.
+constexpr unsigned s_ParseText = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_ws_pcdata;
+
+// The parser holds a document whole, and several times its size in nodes.
+constexpr std::uint64_t s_LargestDocument = 256 * 1024 * 1024;
+
+bool IsXmlName(std::string_view name)
+{
+    const auto begins = [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' ||
+               static_cast<unsigned char>(c) >= 0x80;
+    };
+    const auto continues = [&](char c) { return begins(c) || (c >= '0' && c <= '9') || c == '-' || c == '.'; };
+    return !name.empty() && begins(name.front()) && std::all_of(name.begin(), name.end(), continues);
+}
+
+/// What XML 1.0 lets a document hold; surrogates become well formed with the conversion to UTF-8.
+bool IsXmlCharacter(wchar_t c)
+{
+    return c == L'\t' || c == L'\n' || c == L'\r' || (c >= L' ' && c != L'\xFFFE' && c != L'\xFFFF');
+}
+
+std::string ToXmlText(std::wstring text)
+{
+    std::replace_if(
+        text.begin(), text.end(), [](wchar_t c) { return !IsXmlCharacter(c); }, L'\xFFFD');
+    return KvText::ToUtf8(text);
+}
+
+/// Says what is wrong and where in the document. The place is known in UTF-8 only: other encodings are converted
+/// before they are parsed.
+std::string DescribeError(std::string_view document, const pugi::xml_parse_result& result)
+{
+    if (result.encoding != pugi::encoding_utf8)
+        return result.description();
+    const std::size_t offset =
+        std::min(static_cast<std::size_t>(std::max<std::ptrdiff_t>(result.offset, 0)), document.size());
+    const std::string_view before = document.substr(0, offset);
+    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+    const std::size_t lineStart = before.rfind('\n') == std::string_view::npos ? 0 : before.rfind('\n') + 1;
+    return "line " + std::to_string(line) + ", column " + std::to_string(offset - lineStart + 1) + " (byte " +
+           std::to_string(offset) + "): " + result.description();
+}
+} // namespace
+
+struct AOStreamXML::Document
+{
+    pugi::xml_document root;
+    std::vector<pugi::xml_node> open; // an empty node for each Push that failed
+
+    pugi::xml_node Current() const { return open.empty() ? pugi::xml_node() : open.back(); }
+};
+
+AOStreamXML::AOStreamXML() : m_Document(std::make_unique<Document>()) {}
+
+AOStreamXML::~AOStreamXML() = default;
+
+bool AOStreamXML::Push(const std::wstring& name)
+{
+    pugi::xml_node parent = m_Document->open.empty() ? pugi::xml_node(m_Document->root) : m_Document->open.back();
+    const std::string element = KvText::ToUtf8(name);
+    m_Document->open.push_back(IsXmlName(element) ? parent.append_child(element.c_str()) : pugi::xml_node());
+    return static_cast<bool>(m_Document->open.back());
+}
+
+void AOStreamXML::NodeValue(const std::wstring& text)
+{
+    m_Document->Current().text().set(ToXmlText(text).c_str());
+}
+
+void AOStreamXML::Attribute(const std::wstring& name, const std::wstring& value)
+{
+    pugi::xml_node node = m_Document->Current();
+    const std::string key = KvText::ToUtf8(name);
+    if (!IsXmlName(key))
+        return;
+    pugi::xml_attribute attribute = node.attribute(key.c_str());
+    if (!attribute)
+        attribute = node.append_attribute(key.c_str());
+    attribute.set_value(ToXmlText(value).c_str());
+}
+
+void AOStreamXML::Pop()
+{
+    if (!m_Document->open.empty())
+        m_Document->open.pop_back();
+}
+
+std::string AOStreamXML::ToString() const
+{
+    std::ostringstream text;
+    Save(text);
+    return text.str();
+}
+
+void AOStreamXML::Save(std::ostream& stream) const
+{
+    m_Document->root.save(stream, "  ", pugi::format_indent, pugi::encoding_utf8);
+}
+
+void AOStreamXML::Save(const std::wstring& fileName) const
+{
+    CFile file;
+    if (!file.Open(fileName, CFile::modeCreate | CFile::modeWrite))
+        throw std::system_error(file.GetError(), KvText::ToUtf8(fileName) + ": cannot create");
+    const std::string text = ToString();
+    file.Write(text.data(), text.size());
+    file.Close();
+}
+
+struct AIStreamXML::Document
+{
+    struct Level
+    {
+        pugi::xml_node node;                           // empty for a Push that failed
+        std::map<std::string, pugi::xml_node> entered; // of each name the child that was entered last
+    };
+
+    pugi::xml_document root;
+    std::vector<Level> open{1}; // the first level is the document itself
+    std::string error;
+};
+
+AIStreamXML::AIStreamXML() : m_Document(std::make_unique<Document>()) {}
+
+AIStreamXML::~AIStreamXML() = default;
+
+bool AIStreamXML::LoadString(std::string_view document)
+{
+    auto loaded = std::make_unique<Document>();
+    const pugi::xml_parse_result result = loaded->root.load_buffer(document.data(), document.size(), s_ParseText);
+    if (!result) {
+        loaded = std::make_unique<Document>();
+        loaded->error = DescribeError(document, result);
+    }
+    loaded->open.front().node = loaded->root;
+    m_Document = std::move(loaded);
+    return m_Document->error.empty();
+}
+
+bool AIStreamXML::Load(std::istream& stream)
+{
+    const std::string document{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    return LoadString(document);
+}
+
+bool AIStreamXML::Load(const std::wstring& fileName)
+{
+    const std::string name = KvText::ToUtf8(fileName);
+    std::string document;
+    try {
+        CFile file;
+        if (!file.Open(fileName, CFile::modeRead))
+            throw std::system_error(file.GetError(), name + ": cannot open");
+        if (file.GetBytesLeft() > s_LargestDocument)
+            throw std::system_error(std::make_error_code(std::errc::file_too_large), name + ": cannot read");
+        document.resize(static_cast<std::size_t>(file.GetBytesLeft()));
+        document.resize(file.Read(document.data(), document.size()));
+    } catch (const std::system_error& error) {
+        m_Document = std::make_unique<Document>();
+        m_Document->error = error.what();
+        return false;
+    }
+    if (LoadString(document))
+        return true;
+    m_Document->error.insert(0, name + ": ");
+    return false;
+}
+
+const std::string& AIStreamXML::GetError() const noexcept
+{
+    return m_Document->error;
+}
+
+bool AIStreamXML::Push(const std::wstring& name)
+{
+    const std::string element = KvText::ToUtf8(name);
+    Document::Level& parent = m_Document->open.back();
+    pugi::xml_node& last = parent.entered[element];
+    pugi::xml_node child = last.next_sibling(element.c_str());
+    if (!child)
+        child = parent.node.child(element.c_str());
+    last = child;
+    m_Document->open.push_back({child, {}});
+    return static_cast<bool>(child);
+}
+
+void AIStreamXML::NodeValue(std::wstring& text) const
+{
+    const pugi::xml_node node = m_Document->open.back().node;
+    if (!node)
+        return;
+    std::string value;
+    for (const pugi::xml_node child : node.children())
+        if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata)
+            value += child.value();
+    text = KvText::FromUtf8(value);
+}
+
+void AIStreamXML::Attribute(const std::wstring& name, std::wstring& value) const
+{
+    const pugi::xml_attribute attribute = m_Document->open.back().node.attribute(KvText::ToUtf8(name).c_str());
+    if (attribute)
+        value = KvText::FromUtf8(attribute.value());
+}
+
+void AIStreamXML::Pop()
+{
+    if (m_Document->open.size() > 1)
+        m_Document->open.pop_back();
+}
+} // namespace Kelvra

@@ -1,0 +1,6 @@
+#include <LumvoData/Entity/AEntityVisitor.h>
+
+namespace Kelvra {
+
+AEntityVisitor::~AEntityVisitor() = default;
+} // namespace Kelvra

@@ -1,0 +1,17 @@
+#include <LumvoData/Entity/ASubText.h>
+
+#include <LumvoData/Serialize/ASceneRecord.h>
+
+namespace Kelvra {
+
+KELVRA_DEFINE_CLASS_ID(ASubText, L"ASubText")
+
+void ASubText::Serialize(ASceneSerializeContext& context)
+{
+    ASubEntity::Serialize(context);
+    ASceneRecord record(context);
+    record.Text(m_szText);
+    record.Point(m_Position);
+    record.Colour(m_Color);
+}
+} // namespace Kelvra

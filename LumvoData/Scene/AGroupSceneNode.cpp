@@ -1,0 +1,62 @@
+#include <LumvoData/Scene/AGroupSceneNode.h>
+
+#include <LumvoData/Contracts/KelvraService/KvAssert.h>
+#include <LumvoData/Scene/ASceneNodeVisitor.h>
+#include <LumvoData/Serialize/ASceneRecord.h>
+
+#include <utility>
+
+namespace Kelvra {
+namespace {
+
+constexpr const char* s_Source = "..\\Scene\\AGroupSceneNode";
+constexpr int s_NullChild = 40;
+} // namespace
+
+KELVRA_DEFINE_CLASS_ID(AGroupSceneNode, L"AGroupSceneNode")
+
+AGroupSceneNode::~AGroupSceneNode()
+{
+    // Groups that only this one holds are emptied here and not by their own destructors, which would nest as deep
+    // as the groups do.
+    while (!m_Children.empty()) {
+        const std::shared_ptr<ASceneNode> child = std::move(m_Children.front());
+        m_Children.pop_front();
+        auto* const group = child.use_count() == 1 ? dynamic_cast<AGroupSceneNode*>(child.get()) : nullptr;
+        if (group != nullptr)
+            m_Children.splice(m_Children.end(), group->m_Children);
+    }
+}
+
+void AGroupSceneNode::AddChildNode(std::shared_ptr<ASceneNode> child)
+{
+    if (!KvAssert::Assert(child != nullptr, "SceneNode is NULL!", s_Source, s_NullChild))
+        return;
+    AMath::AxisAlignedBox childBox = child->GetBBox();
+    childBox.transform(child->GetTransform());
+    m_Children.push_back(std::move(child));
+    AMath::AxisAlignedBox box = GetBBox();
+    box.merge(childBox);
+    SetBBox(box);
+}
+
+void AGroupSceneNode::ClearChildren() noexcept
+{
+    m_Children.clear();
+    AMath::AxisAlignedBox box = GetBBox();
+    box.m_State = AMath::BoxStateNull;
+    SetBBox(box);
+}
+
+void AGroupSceneNode::Serialize(ASceneSerializeContext& context)
+{
+    ASceneNode::Serialize(context);
+    ASceneRecord record(context);
+    record.List(m_Children);
+}
+
+void AGroupSceneNode::Visit(ASceneNodeVisitor* visitor)
+{
+    visitor->VisitGroupNode(this);
+}
+} // namespace Kelvra

@@ -1,0 +1,6 @@
+#include <LumvoData/Scene/ASceneNodeVisitor.h>
+
+namespace Kelvra {
+
+ASceneNodeVisitor::~ASceneNodeVisitor() = default;
+} // namespace Kelvra

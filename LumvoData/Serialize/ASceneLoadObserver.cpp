@@ -1,0 +1,6 @@
+#include <LumvoData/Serialize/ASceneLoadObserver.h>
+
+namespace Kelvra {
+
+ASceneLoadObserver::~ASceneLoadObserver() = default;
+} // namespace Kelvra

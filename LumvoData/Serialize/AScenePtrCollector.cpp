@@ -1,0 +1,6 @@
+#include <LumvoData/Serialize/AScenePtrCollector.h>
+
+namespace Kelvra {
+
+AScenePtrCollector::~AScenePtrCollector() = default;
+} // namespace Kelvra

@@ -1,0 +1,81 @@
+#include <LumvoData/Serialize/ASceneSerializeContext.h>
+
+#include <LumvoData/Contracts/Host/CFile.h>
+#include <LumvoData/Contracts/KelvraService/KvText.h>
+#include <LumvoData/Serialize/ASceneElements.h>
+
+namespace Kelvra {
+
+ASceneSerializeContext::ASceneSerializeContext(const std::wstring& fileName, bool storing)
+    : m_bStoring(storing), m_szFileName(fileName), m_File(std::make_unique<CFile>())
+{}
+
+ASceneSerializeContext::~ASceneSerializeContext() = default;
+
+bool ASceneSerializeContext::Begin()
+{
+    static_assert(sizeof(Header) == 8, "the header is the first 8 bytes of the file");
+    m_Collector.Begin();
+    if (!m_File->Open(m_szFileName, m_bStoring ? CFile::modeCreate | CFile::modeWrite : CFile::modeRead))
+        return false;
+    if (m_bStoring) {
+        m_Header = {FileIdentifier, FormatVersion};
+        Write(&m_Header, static_cast<int>(sizeof m_Header));
+        return true;
+    }
+    Read(&m_Header, static_cast<int>(sizeof m_Header));
+    return m_Header.identifier == FileIdentifier && m_File->GetPosition() == sizeof m_Header;
+}
+
+void ASceneSerializeContext::End()
+{
+    m_Collector.End();
+    m_ClassName = {};
+    m_CodeUnits = {};
+    m_File->Close();
+}
+
+void ASceneSerializeContext::Write(const std::wstring& text)
+{
+    KvText::ToUtf16(text, m_CodeUnits);
+    WriteElements(m_CodeUnits.data(), m_CodeUnits.size(), *this);
+}
+
+void ASceneSerializeContext::Write(const void* data, int count)
+{
+    if (count > 0)
+        m_File->Write(data, static_cast<std::size_t>(count));
+}
+
+void ASceneSerializeContext::Read(std::wstring& text)
+{
+    std::int32_t count = 0;
+    Read(&count, static_cast<int>(sizeof count));
+    if (count <= 0)
+        return;
+    KvText::ToUtf16(text, m_CodeUnits); // what stays where the file ends first
+    ReadElements(m_CodeUnits, count, *this);
+    KvText::FromUtf16(m_CodeUnits, text);
+}
+
+void ASceneSerializeContext::Read(void* data, int count)
+{
+    if (count > 0)
+        m_File->Read(data, static_cast<std::size_t>(count));
+}
+
+std::uint64_t ASceneSerializeContext::GetBytesLeft() const noexcept
+{
+    return m_File->GetBytesLeft();
+}
+
+std::uint64_t ASceneSerializeContext::GetPosition() const noexcept
+{
+    return m_File->GetPosition();
+}
+
+const std::error_code& ASceneSerializeContext::GetError() const noexcept
+{
+    return m_File->GetError();
+}
+} // namespace Kelvra

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <LumvoData/Contracts/KelvraData/TSingleton.h>
+#include <LumvoData/Contracts/KelvraService/KvExport.h>
+#include <LumvoData/Style/AMaterial.h>
+
+#include <map>
+#include <memory>
+#include <string>
+
+namespace Kelvra {
+
+/// The catalogue of named materials: 24 built-in gems, metals, plastics and rubbers, and what callers add.
+///
+/// The table of the process is `TSingleton<ASystemMaterialTable>::Instance()`. Names are exact, in lower
+/// case, with single spaces: "gold", "black plastic".
+///
+/// - Ownership: shares its materials with whoever fetched them; changing one changes the entry. A copy of the
+///   table shares the same materials.
+/// - Threads: nothing is locked; make the first Instance() call and every AddMaterial from one thread.
+class KELVRA_API ASystemMaterialTable
+{
+public:
+    /// A table of the 24 built-in materials.
+    ASystemMaterialTable();
+
+    /// The table's own object under that name, or an empty pointer.
+    [[nodiscard]] std::shared_ptr<AMaterial> FindMaterial(const std::wstring& name) const;
+    /// Puts a material under `name`, in place of the one that is there. An empty pointer may be stored.
+    void AddMaterial(const std::wstring& name, const std::shared_ptr<AMaterial>& material);
+
+private:
+    void Initialize();
+
+    std::map<std::wstring, std::shared_ptr<AMaterial>> m_Materials;
+};
+
+template <> KELVRA_API ASystemMaterialTable& TSingleton<ASystemMaterialTable>::Instance();
+} // namespace Kelvra

@@ -1,0 +1,227 @@
+#include <Tests/Support/SceneFileTest.h>
+
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using namespace Kelvra;
+
+namespace {
+
+const Report s_NotFound{L"Failed to find collector!", "Serialize/ASceneSerializeCollector", 68};
+const Report s_OtherType{L"Failed to cast collector", "Serialize/ASceneSerializeCollector", 70};
+const Report s_NotWritten{L"Failed to cast collector", "Serialize/ASceneSerializeCollector", 29};
+const Report s_NotRead{L"Failed to cast collector", "Serialize/ASceneSerializeCollector", 40};
+const Report s_MemberMissing{L"Failed to read item!", "Serialize/AEntitySerializer", 61};
+
+Report CollectorReport(const std::wstring& message, int line)
+{
+    return {message, "serialize\\AScenePtrCollector", line};
+}
+Report CreateFailed(const std::wstring& name)
+{
+    return CollectorReport(L"Failed to create object" + name, 91);
+}
+const Report s_NoTexture = CollectorReport(L"Failed to cast object:ATexture", 105);
+
+/// First occurrences: key, class name and record.
+Bytes Texture(std::int64_t key, std::u16string_view name)
+{
+    return Bytes().Int(key).Text(u"ATexture").Text(name).Text(u"").Byte(0);
+}
+Bytes Group(std::int64_t key, int count)
+{
+    return Bytes().Int(key).Text(u"AGroupEntity").EntityHeader(-1).Int(count);
+}
+
+template <class T> std::shared_ptr<T> Next(ASceneSerializeContext& context)
+{
+    std::shared_ptr<T> p;
+    context.Collector().ReadPtr(p, context);
+    return p;
+}
+
+using CollectorTest = SceneFileTest;
+
+TEST_F(CollectorTest, StoresAnObjectOnceAndItsKeyAfterwards)
+{
+    const auto a = std::make_shared<ATexture>(), b = std::make_shared<ATexture>();
+    const std::shared_ptr<AEntity> group = std::make_shared<AGroupEntity>();
+    const auto write = [&](ASceneSerializeContext& context) {
+        for (const auto& texture : {a, std::shared_ptr<ATexture>(), a, b})
+            context.Collector().WritePtr(texture, context);
+        context.Collector().WritePtr(group, context);
+        context.Collector().WritePtr(b, context);
+    };
+    const Bytes expected = Texture(1, u"").Int(0).Int(1).Add(Texture(2, u"")).Add(Group(1, 0)).Int(2);
+    EXPECT_EQ(Store(write), expected) << "equal textures are two; each collector counts its own keys from 1";
+    EXPECT_EQ(Store(write), expected) << "no run knows of another";
+    EXPECT_EQ(a.use_count() + b.use_count(), 2) << "the run's shares are released";
+    EXPECT_EQ(TakeReports(), Reports());
+}
+
+// Keys mean nothing but equality: any nonzero values in any order give the same objects.
+TEST_F(CollectorTest, ForeignKeysGiveSharedObjects)
+{
+    for (const auto& [outer, inner, third] : std::vector<std::array<std::int64_t, 3>>{
+             {1, 2, 3}, {3, 1, 2}, {3, 2, 1}, {1, 3, 5}, {-1, -2, -3}, {0x80000000, 0x7FFFFFFF, 0xFFFFFFFF}}) {
+        Bytes file = Group(outer, 3).Add(Group(inner, 0)).Int(inner).Add(Group(third, 0)).Int(third).Int(inner);
+        Load(file.Int(outer).Add(Texture(outer, u"other")), [&](ASceneSerializeContext& context) {
+            const auto root = std::dynamic_pointer_cast<AGroupEntity>(Next<AEntity>(context));
+            ASSERT_TRUE(root && root->GetAll().size() == 3);
+            const auto first = root->GetAll().front(), last = root->GetAll().back();
+            EXPECT_EQ(*std::next(root->GetAll().begin()), first);
+            EXPECT_NE(first, last);
+            EXPECT_EQ(Next<AEntity>(context), last);
+            EXPECT_EQ(Next<AEntity>(context), first);
+            EXPECT_EQ(Next<AEntity>(context), root);
+            EXPECT_NE(Next<ATexture>(context), nullptr) << "each collector has keys of its own";
+        });
+    }
+    EXPECT_EQ(TakeReports(), Reports());
+}
+
+// A reference that cannot be loaded reads as empty and says why; a held pointer stays.
+TEST_F(CollectorTest, DamagedReferencesReadAsEmptyAndAreReported)
+{
+    const struct
+    {
+        Bytes file;
+        Reports reports;
+        unsigned left; // bytes that stay unread
+    } rows[] = {{Bytes().Int(0), {}, 0},
+                {Bytes(), {}, 0},
+                {Bytes().Int(2).Text(u"AGhost").Fill(9), {CreateFailed(L"AGhost"), s_NoTexture}, 9},
+                {Bytes().Int(2).Text(u"AEntity"), {CreateFailed(L"AEntity"), s_NoTexture}, 0},
+                {Bytes().Int(2).Text(u"AMaterial").Fill(9), {s_NoTexture}, 9},
+                {Bytes().Int(2), {CreateFailed(L""), s_NoTexture}, 0},
+                {Bytes().Int(2).Text(u"ATexture").First(10),
+                 {CreateFailed(std::wstring(L"A\0\0\0\0\0\0\0", 8)), s_NoTexture},
+                 0}};
+    for (const auto& row : rows) {
+        Load(Texture(1, u"whole").Add(row.file), [&](ASceneSerializeContext& context) {
+            const auto whole = Next<ATexture>(context);
+            std::shared_ptr<ATexture> p = whole;
+            context.Collector().ReadPtr(p, context);
+            EXPECT_EQ(p, whole);
+            EXPECT_EQ(context.GetBytesLeft(), row.left);
+            EXPECT_EQ(context.Collector().GetCollector<ATexture>()->Find(2), nullptr);
+        });
+        EXPECT_EQ(TakeReports(), row.reports);
+    }
+}
+
+/// A storable class that counts its objects and whose record is an edge's.
+class Counted : public ASubEdge
+{
+public:
+    Counted() { ++s_Alive; }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
+    ~Counted() override { --s_Alive; }
+    static inline int s_Alive = 0;
+};
+
+// An object handed out is complete or absent, whatever stops the reading, and lives until the end of the run.
+TEST_F(CollectorTest, ObjectsAreKeptByTheRunOrDestroyed)
+{
+    auto& factory = TSingleton<AClassFactory>::Instance();
+    factory.RegisterObject(L"Counted", std::make_shared<TObjectCreator<Counted, TObjectCreatorBase<AObject>>>());
+    const Bytes whole = Bytes().Int(7).Text(u"Counted").EntityHeader(0).Int(0);
+    const Bytes broken = Bytes().Int(1).Text(u"Counted").EntityHeader(0).Int(std::numeric_limits<int>::max());
+    Load(Bytes(whole).Int(1).Text(u"Counted").Add(broken), [](ASceneSerializeContext& context) {
+        Next<ASubEntity>(context);
+        EXPECT_EQ(Counted::s_Alive, 1);
+        EXPECT_EQ(Next<ATexture>(context), nullptr) << "of a wrong type";
+        EXPECT_THROW(Next<ASubEntity>(context), std::length_error);
+        EXPECT_EQ(context.Collector().GetCollector<ASubEntity>()->Find(1), nullptr);
+        EXPECT_EQ(Counted::s_Alive, 1);
+    });
+    EXPECT_EQ(Counted::s_Alive, 0);
+    EXPECT_EQ(TakeReports(), Reports{s_NoTexture});
+    const Bytes list = Bytes().Int(1).Text(u"AListEntity").EntityHeader(0).Int(2).Add(whole).Add(broken);
+    Load(list, [](ASceneSerializeContext& context) { EXPECT_THROW(Next<AEntity>(context), std::length_error); });
+    EXPECT_EQ(Counted::s_Alive, 0);
+    factory.UnRegisterObject(L"Counted");
+}
+
+TEST_F(CollectorTest, OutsideOfARunNothingIsWrittenOrRead)
+{
+    auto texture = std::make_shared<ATexture>();
+    for (const bool storing : {true, false}) {
+        ASceneSerializeContext context(FileName(), storing);
+        const auto transfer = [&] {
+            storing ? context.Collector().WritePtr(texture, context) : context.Collector().ReadPtr(texture, context);
+            return TakeReports();
+        };
+        const Reports missing = {s_NotFound, storing ? s_NotWritten : s_NotRead};
+        EXPECT_EQ(transfer(), missing);
+        ASSERT_TRUE(context.Begin());
+        EXPECT_EQ(transfer(), Reports());
+        context.End();
+        EXPECT_EQ(transfer(), missing);
+    }
+    EXPECT_EQ(ReadFile(), Bytes::Header().Add(Texture(1, u"")));
+}
+
+// ATopoSceneNode has the class name of ASceneNode, whose collector is not one of its own.
+TEST_F(CollectorTest, OfAnotherTypeIsReported)
+{
+    EXPECT_EQ(StoreReference(std::make_shared<ATopoSceneNode>()), Bytes());
+    EXPECT_EQ(TakeReports(), (Reports{s_OtherType, s_NotWritten}));
+    EXPECT_EQ(LoadReference<ATopoSceneNode>(Bytes().Int(1)), nullptr);
+    EXPECT_EQ(TakeReports(), (Reports{s_OtherType, s_NotRead}));
+}
+
+TEST_F(CollectorTest, AnObjectInsideOfItselfIsWrittenAsEmpty)
+{
+    AGroupEntity outer, inner;
+    const auto unowned = [](AGroupEntity& group) {
+        return std::shared_ptr<AEntity>(std::shared_ptr<AEntity>(), &group);
+    };
+    outer.AddEntity(unowned(inner));
+    inner.AddEntity(unowned(outer));
+    inner.AddEntity(unowned(inner));
+    const Bytes file = Group(1, 1).Add(Group(2, 2)).Int(0).Int(0).Int(2).Int(1);
+    EXPECT_EQ(Store([&](ASceneSerializeContext& context) {
+                  for (AGroupEntity* group : {&outer, &inner, &outer})
+                      context.Collector().WritePtr(unowned(*group), context);
+              }),
+              file);
+    EXPECT_EQ(TakeReports(), Reports(2, CollectorReport(L"Failed to write object, it holds itself:AGroupEntity", 44)));
+    EXPECT_NE(LoadReference<AEntity>(file), nullptr);
+    EXPECT_EQ(TakeReports(), Reports(2, s_MemberMissing));
+}
+
+TEST_F(CollectorTest, NestingIsLimitedBothWays)
+{
+    const Reports unwritten = {CollectorReport(L"Failed to write object, nested too deeply:AGroupEntity", 50)};
+    const Reports unread = {CollectorReport(L"Failed to read object, nested too deeply:AGroupEntity", 120),
+                            s_MemberMissing};
+    for (const int levels : {1024, 1025}) {
+        const bool tooDeep = levels > 1024;
+        std::shared_ptr<AEntity> root;
+        Bytes whole, cut;
+        for (int i = 1; i <= levels; ++i) {
+            auto group = std::make_shared<AGroupEntity>();
+            if (root)
+                group->AddEntity(root);
+            root = std::move(group);
+            whole.Add(Group(i, i < levels ? 1 : 0));
+            i <= 1024 ? cut.Add(Group(i, i < levels ? 1 : 0)) : cut.Int(0);
+        }
+        EXPECT_TRUE(StoreReference(root) == cut) << levels;
+        EXPECT_EQ(TakeReports(), tooDeep ? unwritten : Reports());
+        Load(whole.Add(Group(-1, 0)), [&](ASceneSerializeContext& context) {
+            EXPECT_NE(Next<AEntity>(context), nullptr);
+            EXPECT_EQ(TakeReports(), tooDeep ? unread : Reports());
+            if (!tooDeep) {
+                EXPECT_NE(Next<AEntity>(context), nullptr) << "the levels are given back";
+            }
+        });
+    }
+}
+} // namespace

@@ -1,0 +1,119 @@
+#include <Tests/Support/SceneFileTest.h>
+
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+using namespace Kelvra;
+
+namespace {
+
+using ContextTest = SceneFileTest;
+
+TEST_F(ContextTest, LoadingBeginsOnlyWithTheIdentifierInAWholeHeader)
+{
+    const struct
+    {
+        Bytes file;
+        bool begins;
+        int identifier, version;
+    } rows[] = {{Bytes().Int(2011).Int(3).Int(0), true, 2011, 3},
+                {Bytes().Int(2011).Int(-1), true, 2011, -1},
+                {Bytes().Int(2012).Int(3), false, 2012, 3},
+                {Bytes(), false, 0, 0},
+                {Bytes().Int(2011).Int(3).First(7), false, 2011, 3}};
+    for (const auto& row : rows) {
+        WriteFile(row.file);
+        ASceneSerializeContext context(FileName(), false);
+        EXPECT_EQ(context.Begin(), row.begins) << row.file;
+        EXPECT_EQ(context.GetIdentifier(), row.identifier);
+        EXPECT_EQ(context.GetVersion(), row.version);
+        EXPECT_FALSE(context.GetError()) << "the file did open";
+    }
+}
+
+TEST_F(ContextTest, AFullDiskIsReportedAtTheLatestByEnd)
+{
+    ASceneSerializeContext context(L"/dev/full", true);
+    ASSERT_TRUE(context.Begin());
+    EXPECT_THROW(context.End(), std::system_error);
+}
+
+TEST_F(ContextTest, ReadsAtTheEndLeaveTheirDestination)
+{
+    Load(Bytes().Int(5).Byte(0xAA).Byte(0xBB), [](ASceneSerializeContext& context) {
+        std::uint32_t number = 0;
+        context.Read(&number, 4);
+        EXPECT_EQ(number, 5U);
+        context.Read(&number, -4);
+        EXPECT_EQ(context.GetBytesLeft(), 2U);
+        number = 0x11223344;
+        context.Read(&number, 4);
+        EXPECT_EQ(number, 0x1122BBAAU);
+        std::wstring text = L"kept";
+        context.Read(&number, 4);
+        context.Read(text);
+        EXPECT_EQ(number, 0x1122BBAAU);
+        EXPECT_EQ(text, L"kept");
+        EXPECT_EQ(context.GetPosition(), 14U);
+    });
+}
+
+TEST_F(ContextTest, TextsAreUtf16BehindTheirCount)
+{
+    const std::wstring text(L"A\0\x4E2D\U0001F600\xDE00|\xD83D", 7);
+    const Bytes record = Bytes().Text(std::u16string_view(u"A\0\x4E2D\xD83D\xDE00\xDE00|\xD83D", 8));
+    EXPECT_EQ(Store([&](ASceneSerializeContext& context) {
+                  context.Write(text);
+                  context.Write(std::wstring());
+              }),
+              Bytes(record).Int(0));
+    Load(record, [&](ASceneSerializeContext& context) {
+        std::wstring loaded = L"a longer former text";
+        context.Read(loaded);
+        EXPECT_EQ(loaded, text);
+        EXPECT_EQ(context.GetBytesLeft(), 0U);
+    });
+}
+
+// A string gets the size that its count says: what was there, then what it held, then zeros.
+TEST_F(ContextTest, DamagedTextsKeepWhatTheFileDoesNotHold)
+{
+    const struct
+    {
+        Bytes record;
+        std::wstring held, text;
+    } rows[] = {{Bytes().Int(0), L"abc", L"abc"},
+                {Bytes().Int(std::numeric_limits<int>::min()), L"abc", L"abc"},
+                {Bytes().Byte(2).Byte(0), L"abc", L"ab"},
+                {Bytes().Int(4).Byte('x').Byte(0), L"abc", std::wstring(L"xbc\0", 4)},
+                {Bytes().Int(2).Byte('x').Byte(0).Byte('y'), L"\x0416\x0416", L"x\x0479"},
+                {Bytes().Int(3).Byte('x').Byte(0), L"\U0001F600!", L"x\xDE00!"}};
+    for (const auto& row : rows)
+        Load(row.record, [&](ASceneSerializeContext& context) {
+            std::wstring text = row.held;
+            context.Read(text);
+            EXPECT_EQ(text, row.text) << row.record;
+            EXPECT_EQ(context.GetBytesLeft(), 0U);
+        });
+}
+
+// Counts of missing units are believed up to 16 MiB.
+TEST_F(ContextTest, HugeCountsRaiseLengthErrors)
+{
+    const int most = 8 * 1024 * 1024;
+    Load(Bytes().Int(most), [](ASceneSerializeContext& context) {
+        std::wstring text;
+        EXPECT_NO_THROW(context.Read(text));
+        EXPECT_EQ(text, std::wstring(8U * 1024 * 1024, L'\0'));
+    });
+    for (const int count : {most + 1, std::numeric_limits<int>::max()})
+        Load(Bytes().Int(count), [](ASceneSerializeContext& context) {
+            std::wstring text = L"kept";
+            EXPECT_THROW(context.Read(text), std::length_error);
+            EXPECT_EQ(text, L"kept");
+        });
+}
+} // namespace

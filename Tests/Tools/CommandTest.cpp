@@ -1,0 +1,259 @@
+#include <Tests/Tools/ToolTest.h>
+#include <Tools/SceneFileWriter.h>
+
+#include <gmock/gmock.h>
+
+using namespace Kelvra;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+struct Call
+{
+    const char* what;
+    const char* arguments;
+    int code;
+    std::vector<const char*> out;
+    std::vector<const char*> err;
+
+    friend std::ostream& operator<<(std::ostream& stream, const Call& call) { return stream << call.what; }
+};
+
+class Calls : public ToolTest, public testing::WithParamInterface<Call>
+{
+public:
+    Calls()
+    {
+        PutScene("good.scene", Group(1, 0));
+        PutScene("damaged.scene", Group(1, 3).Int(0).Int(2).Text(u"AGhost").Int(0));
+        PutScene("cut.scene", Group(1, 0).First(100));
+        PutScene("count.scene", Bytes().Int(1).Int(0x7FFFFFFF));
+        PutFile("short.scene", Bytes::Header().First(7));
+        PutFile("empty.scene", Bytes());
+        PutFile("photo.scene", Bytes().Byte('P').Byte('K').Byte(3).Byte(4).Fill(100));
+        std::filesystem::create_directory(Folder() / "folder");
+    }
+};
+} // namespace
+
+TEST_P(Calls, EndWithTheirCodeAndSayWhy)
+{
+    const std::vector<std::string> before = Files();
+    const Outcome outcome = Lumvo(GetParam().arguments);
+    EXPECT_EQ(outcome.code, GetParam().code);
+    for (const char* const text : GetParam().out)
+        EXPECT_THAT(outcome.out, HasSubstr(text));
+    for (const char* const text : GetParam().err)
+        EXPECT_THAT(outcome.err, HasSubstr(text));
+    EXPECT_EQ(outcome.err.empty(), GetParam().err.empty()) << outcome.err;
+    EXPECT_EQ(Files(), before) << "left something behind";
+}
+INSTANTIATE_TEST_SUITE_P(
+    Command, Calls,
+    testing::Values(
+        Call{"Nothing", "", 2, {"Usage: lumvo", "Exit codes"}, {}},
+        Call{"Help", "--help", 0, {"demo", "info", "tree"}, {}}, Call{"Version", "--version", 0, {"lumvo 0."}, {}},
+        Call{"HelpOnAVerb", "tree --help", 0, {"Example: lumvo tree"}, {}},
+        Call{"UnknownVerb", "frobnicate", 2, {}, {"frobnicate"}}, Call{"NoFile", "info", 2, {}, {"FILE"}},
+        Call{"NotANumber", "tree --max many good.scene", 2, {}, {"--max"}},
+        Call{"Negative", "tree --depth -1 good.scene", 2, {}, {"--depth"}},
+        Call{"Good", "info good.scene", 0, {"good.scene", "messages    none"}, {}},
+        Call{"Damaged", "info damaged.scene", 1, {"3 x \"Can't find Node\", first at byte 271"}, {}},
+        Call{"DamagedTree",
+             "tree damaged.scene",
+             1,
+             {"AGroupSceneNode"},
+             {"\"Failed to create objectAGhost\", at byte"}},
+        Call{"Cut",
+             "tree cut.scene",
+             0,
+             {"AGroupSceneNode"},
+             {"cut.scene: note: at byte 51: the file ends early: 128 bytes"}},
+        Call{"Count", "info count.scene", 3, {}, {"count.scene: at byte 16: the count before this byte"}},
+        Call{"Missing", "info missing.scene", 3, {}, {"missing.scene: cannot be opened: No such file"}},
+        Call{"Folder", "tree folder", 3, {}, {"folder: is a folder"}},
+        Call{"Device", "info /dev/null", 3, {}, {"/dev/null: is a pipe or a device"}},
+        Call{"Short", "info short.scene", 3, {}, {"short.scene: at byte 7: ends inside the header: it has 7 bytes"}},
+        Call{"Empty", "info empty.scene", 3, {}, {"empty.scene: at byte 0: ends inside the header: it has 0 bytes"}},
+        Call{"OtherFormat",
+             "tree photo.scene",
+             3,
+             {},
+             {"at byte 0: not a scene file: it begins with the bytes 50 4B 03 04"}},
+        Call{"WorstOfSeveral",
+             "info damaged.scene short.scene good.scene",
+             3,
+             {"damaged.scene\n", "good.scene\n"},
+             {"short.scene"}},
+        Call{"FullDevice", "demo /dev/full", 4, {}, {"/dev/full: cannot be written: No space left on device"}},
+        Call{"FullOutput", "info good.scene > /dev/full", 4, {}, {"standard output"}},
+        Call{"NoSuchFolder", "demo nowhere/out.scene", 4, {}, {"nowhere/out.scene: cannot be written: No such file"}},
+        Call{"OntoAFolder", "demo folder", 4, {}, {"folder: cannot be written: Is a directory"}},
+        Call{"BelowAFile", "demo good.scene/out.scene", 4, {}, {"Not a directory"}}),
+    [](const auto& row) { return row.param.what; });
+
+class Command : public ToolTest
+{
+};
+
+// The demonstration holds every class that a file can carry, its sharing survives, and nothing else is left.
+TEST_F(Command, DemoSavesLoadsAndProves)
+{
+    const Outcome demo = Lumvo("demo --json out.scene");
+    ASSERT_EQ(demo.code, 0) << demo.err;
+    EXPECT_TRUE(demo.Json()["sharingKept"]);
+    EXPECT_TRUE(demo.Json()["savedAgainAlike"]);
+    EXPECT_THAT(Files(), ElementsAre("out.scene"));
+    const Bytes first = GetFile("out.scene");
+    EXPECT_EQ(Lumvo("demo out.scene").code, 0);
+    EXPECT_EQ(GetFile("out.scene"), first);
+
+    const Lumvo::Json info = Lumvo("info --json out.scene").Json();
+    EXPECT_EQ(info["classes"].size(), 19U) << info["classes"];
+    EXPECT_EQ(info["box"]["minimum"], Lumvo::Json::array({-75, -75, -10}));
+    EXPECT_EQ(info["references"]["first"].get<int>() + info["references"]["repeated"].get<int>(),
+              demo.Json()["references"].get<int>());
+    EXPECT_THAT(Lumvo("tree out.scene").out, AllOf(HasSubstr("6 × M12"), HasSubstr("🔩"), HasSubstr("hidden")));
+}
+
+// A disk that fills up leaves the file that was there as it was.
+TEST_F(Command, DemoThatFailsHalfwayChangesNothing)
+{
+    PutFile("out.scene", Bytes().Int(1));
+    const Outcome outcome = Shell("trap '' XFSZ && ulimit -f 16 && " LUMVO_PROGRAM " demo out.scene");
+    EXPECT_EQ(outcome.code, 4);
+    EXPECT_THAT(outcome.err, HasSubstr("out.scene: cannot be written: File too large"));
+    EXPECT_EQ(GetFile("out.scene"), Bytes().Int(1));
+    EXPECT_THAT(Files(), ElementsAre("out.scene"));
+}
+
+// Every byte of a file is counted once, those of dropped objects and at the top of the file too.
+TEST_F(Command, InfoAccountsForEveryByte)
+{
+    const Bytes child = Group(2, 0);
+    const Bytes text = Bytes().Int(1).Text(u"ASubText").EntityHeader(0).Text(u"lost").Fill(24).Colour(1, 1, 1, 1);
+    const Bytes list = Bytes().Int(1).Text(u"AMeshListEntity").EntityHeader(0).Int(1).Add(text);
+    const Bytes node = EntityNode(3).Add(list);
+    const Bytes root = Group(1, 3).Add(child).Int(2).Add(node);
+    PutScene("scene", Bytes(root).Int(1).Int(0));
+
+    const Outcome outcome = Lumvo("info --json scene");
+    EXPECT_EQ(outcome.code, 1);
+    const Lumvo::Json info = outcome.Json();
+    EXPECT_EQ(info["bytes"], 8 + root.Size() + 8);
+    EXPECT_EQ(info["outsideBytes"], 8 + 8);
+    EXPECT_EQ(info["dropped"], Lumvo::Json({{"objects", 1}, {"bytes", text.Size()}}));
+    EXPECT_EQ(info["classes"], Lumvo::Json({
+                                   {"AEntitySceneNode", {{"objects", 1}, {"bytes", node.Size() - list.Size()}}},
+                                   {"AGroupSceneNode", {{"objects", 2}, {"bytes", root.Size() - node.Size()}}},
+                                   {"AMeshListEntity", {{"objects", 1}, {"bytes", list.Size() - text.Size()}}},
+                               }));
+    EXPECT_EQ(info["references"],
+              Lumvo::Json({{"total", 20}, {"first", 5}, {"repeated", 2}, {"empty", 13}, {"failed", 0}}));
+    EXPECT_EQ(info["bytesSavedBySharing"], (root.Size() - 4) + (child.Size() - 4));
+    EXPECT_EQ(info["rootReferences"], 3);
+    EXPECT_EQ(info["messages"][0]["offset"], 8 + root.Size()) << "noticed when the item has been read";
+}
+
+// Several files give an array, a file that cannot be read an object that says so.
+TEST_F(Command, InfoOfSeveralFilesIsAnArray)
+{
+    PutScene("[good]", Group(1, 0));
+    const Lumvo::Json results = Lumvo("info --json '[good]' missing").Json();
+    ASSERT_EQ(results.size(), 2U);
+    EXPECT_EQ(results[0]["file"], "./[good]") << "brackets are part of the name";
+    EXPECT_EQ(results[0]["endsEarly"], nullptr);
+    EXPECT_THAT(results[1]["error"], StartsWith("cannot be opened"));
+}
+
+// The tree has a line for each object where it is met first, and says what it leaves out.
+TEST_F(Command, TreeOfSharedNodes)
+{
+    PutScene("scene", Group(1, 3).Add(Group(2, 1).Add(Group(3, 0))).Int(3).Int(2));
+    const std::string box = ", box (0, 0, 0) to (0, 0, 0)";
+    EXPECT_EQ(Lumvo("tree scene").out, "scene: 1 root reference, 3 nodes\n"
+                                       "`- AGroupSceneNode  id 1" +
+                                           box +
+                                           "\n"
+                                           "   |- #1 AGroupSceneNode  id 2" +
+                                           box +
+                                           "\n"
+                                           "   |  `- #2 AGroupSceneNode  id 3" +
+                                           box +
+                                           "\n"
+                                           "   |- -> #2 AGroupSceneNode\n"
+                                           "   `- -> #1 AGroupSceneNode\n");
+    EXPECT_THAT(Lumvo("tree --depth 1 scene").out,
+                AllOf(HasSubstr("id 1" + box + "  ... 3 inside\n"), EndsWith("... 2 nodes left out (--depth)\n")));
+    EXPECT_THAT(Lumvo("tree --max 2 scene").out, EndsWith("... 1 node left out (--max 0 shows all)\n"));
+
+    const Lumvo::Json lines = Lumvo("tree --json scene").Json()["lines"];
+    ASSERT_EQ(lines.size(), 5U);
+    EXPECT_EQ(lines[2]["depth"], 2);
+    EXPECT_EQ(lines[2]["id"], 3);
+    EXPECT_EQ(
+        lines[3],
+        Lumvo::Json({{"depth", 1}, {"role", "child"}, {"class", "AGroupSceneNode"}, {"label", 2}, {"repeated", true}}));
+}
+
+// Nothing that a file holds can speak to the terminal, and numbers that JSON lacks are null.
+TEST_F(Command, TextsFromFilesCannotControlTheTerminal)
+{
+    const Bytes text =
+        Bytes().Int(1).Text(u"ASubText").EntityHeader(0).Text(u"\u001B[2J\u009B31m\u202E").Fill(24).Colour(1, 1, 1, 1);
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const Bytes list = Bytes().Int(1).Text(u"ATextListEntity").EntityHeader(0, nan, nan).Int(1).Add(text);
+    const std::string name = "\x1B[31m\xFF.scene";
+    PutScene(name, EntityNode(1).Add(list).Int(9).Text(u"\u001B[1mghost"));
+    for (const char* const verb : {"tree", "tree --json", "info", "info --json"}) {
+        const Outcome outcome = Lumvo(verb + std::string(" *.scene"));
+        EXPECT_EQ(outcome.code, 1) << verb;
+        EXPECT_THAT(outcome.out + outcome.err, AllOf(Not(HasSubstr("\x1B")), Not(HasSubstr("\xC2\x9B")))) << verb;
+    }
+    EXPECT_THAT(Lumvo("tree *.scene").out, HasSubstr(R"("\x001B[2J\x009B31m\x202E")"));
+    EXPECT_EQ(Lumvo("tree --json *.scene").Json()["lines"][1]["box"]["minimum"][0], nullptr);
+}
+
+// Colours and lines are for terminals that want them.
+TEST_F(Command, TerminalsGetColoursAndLines)
+{
+    PutScene("scene", Group(1, 0));
+    const auto onTerminal = [&](const std::string& settings) {
+        return Shell("script -qec '" + settings + " " LUMVO_PROGRAM " tree scene' /dev/null < /dev/null").out;
+    };
+    EXPECT_THAT(onTerminal("TERM=xterm NO_COLOR= LC_ALL=C.UTF-8"), AllOf(HasSubstr("\x1B["), HasSubstr("└─")));
+    EXPECT_THAT(onTerminal("TERM=xterm NO_COLOR=1 LC_ALL=C.UTF-8"), AllOf(Not(HasSubstr("\x1B[")), HasSubstr("└─")));
+    EXPECT_THAT(onTerminal("TERM=xterm NO_COLOR= LC_ALL=C"), AllOf(HasSubstr("\x1B["), HasSubstr("`-")));
+}
+
+// 2^30 paths lead through these groups of nodes and of entities; only the objects take time.
+TEST_F(Command, ManyPathsTakeNoTime)
+{
+    std::shared_ptr<AEntity> entity = std::make_shared<AMeshEntity>();
+    for (int k = 0; k < 30; ++k) {
+        const auto group = std::make_shared<AGroupEntity>();
+        group->AddEntity(entity);
+        group->AddEntity(entity);
+        entity = group;
+    }
+    const auto shown = std::make_shared<AEntitySceneNode>();
+    shown->SetEntity(entity);
+    std::shared_ptr<ASceneNode> node = shown;
+    for (int k = 0; k < 30; ++k) {
+        const auto group = std::make_shared<AGroupSceneNode>();
+        group->AddChildNode(node);
+        group->AddChildNode(node);
+        node = group;
+    }
+    Lumvo::SceneFileWriter writer(Folder() / "scene");
+    writer.Write({node});
+    writer.Commit();
+    EXPECT_EQ(Lumvo("tree --json scene").Json()["lines"].size(), 122U);
+    EXPECT_THAT(Lumvo("tree scene").out, HasSubstr("(42 deeper)"));
+    EXPECT_EQ(Lumvo("info --json scene").Json()["classes"]["AGroupEntity"]["objects"], 30);
+}

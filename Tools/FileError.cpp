@@ -1,0 +1,27 @@
+#include <Tools/FileError.h>
+
+#include <Tools/Output.h>
+
+#include <iostream>
+#include <utility>
+
+namespace Lumvo {
+
+FileError::FileError(ExitCode code, std::filesystem::path file, std::optional<std::uint64_t> offset,
+                     std::string problem, std::string advice)
+    : m_Code(code), m_File(std::move(file)), m_Offset(offset), m_Problem(std::move(problem)),
+      m_Advice(std::move(advice))
+{
+    m_What = ShowPath(m_File) + ": ";
+    if (m_Offset)
+        m_What += "at byte " + std::to_string(*m_Offset) + ": ";
+    m_What += m_Problem;
+}
+
+void PrintError(const FileError& error)
+{
+    std::cerr << "lumvo: " << error.what() << '\n';
+    if (!error.GetAdvice().empty())
+        std::cerr << "       " << error.GetAdvice() << '\n';
+}
+} // namespace Lumvo

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <Tools/Verbs.h>
+
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace Lumvo {
+
+/// A file that cannot be read or written: which, what is wrong, where, and what its user can do about it.
+class FileError : public std::exception
+{
+public:
+    /// \param offset the byte at which it went wrong, where there is one.
+    FileError(ExitCode code, std::filesystem::path file, std::optional<std::uint64_t> offset, std::string problem,
+              std::string advice);
+
+    [[nodiscard]] ExitCode GetExitCode() const noexcept { return m_Code; }
+    [[nodiscard]] const std::filesystem::path& GetFile() const noexcept { return m_File; }
+    [[nodiscard]] const std::optional<std::uint64_t>& GetOffset() const noexcept { return m_Offset; }
+    [[nodiscard]] const std::string& GetProblem() const noexcept { return m_Problem; }
+    [[nodiscard]] const std::string& GetAdvice() const noexcept { return m_Advice; }
+    /// One line: file, offset and problem, fit for a terminal.
+    [[nodiscard]] const char* what() const noexcept override { return m_What.c_str(); }
+
+private:
+    ExitCode m_Code;
+    std::filesystem::path m_File;
+    std::optional<std::uint64_t> m_Offset;
+    std::string m_Problem;
+    std::string m_Advice;
+    std::string m_What;
+};
+
+/// Prints an error and its advice to standard error.
+void PrintError(const FileError& error);
+} // namespace Lumvo

@@ -1,0 +1,74 @@
+#include <Tools/FileError.h>
+#include <Tools/Output.h>
+#include <Tools/Verbs.h>
+
+#include <algorithm>
+#include <clocale>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace Lumvo;
+
+/// The arguments as the parser takes them: from last to first.
+std::vector<std::string> Arguments(int argc, char** argv)
+{
+    std::vector<std::string> arguments(std::make_reverse_iterator(argv + std::max(argc, 1)),
+                                       std::make_reverse_iterator(argv + 1));
+    for (std::string& argument : arguments)
+        if (!argument.empty() && argument.front() == '[' && argument.back() == ']')
+            argument.insert(0, "./"); // or the parser would take a file's name in brackets for a list of names
+    return arguments;
+}
+
+ExitCode Execute(std::vector<std::string> arguments)
+{
+    Run run;
+    CLI::App app("Looks into scene files, which hold the entities, nodes, styles and materials of 3D scenes.", "lumvo");
+    app.set_version_flag("--version", "lumvo " LUMVO_VERSION);
+    app.require_subcommand(0, 1);
+    app.footer("Exit codes: 0 fine, 1 a file was loaded but messages were reported, 2 wrong usage,\n"
+               "            3 a file cannot be read, 4 a file cannot be written\n"
+               "Example:    lumvo demo flange.scene && lumvo tree flange.scene\n"
+               "Help on a verb: lumvo VERB --help");
+    AddDemo(app, run);
+    AddInfo(app, run);
+    AddTree(app, run);
+    try {
+        app.parse(std::move(arguments));
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? ExitFine : ExitUsage;
+    }
+    if (!run) {
+        std::cout << app.help();
+        return ExitUsage;
+    }
+    try {
+        return run();
+    } catch (const FileError& error) {
+        PrintError(error);
+        return error.GetExitCode();
+    }
+}
+} // namespace
+
+int main(int argc, char** argv)
+try {
+    std::setlocale(LC_CTYPE, ""); // tells the terminal's encoding; numbers are written without it
+    const Lumvo::ExitCode code = Execute(Arguments(argc, argv));
+    // What was printed is a result too: a full disk or a closed pipe must not pass for success.
+    if (!std::cout.flush()) {
+        std::fputs("lumvo: cannot write to standard output\n", stderr);
+        return Lumvo::ExitCannotWrite;
+    }
+    return code;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "lumvo: stopped: %s\n", error.what());
+    return Lumvo::ExitCannotRead;
+}

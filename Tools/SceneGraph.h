@@ -1,0 +1,63 @@
+#pragma once
+
+#include <LumvoData/Contracts/KelvraData/AObject.h>
+#include <LumvoData/Scene/ASceneNode.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+/// \file
+/// The objects of a scene as a graph: who holds whom. Nothing here recurses, since shared objects can make a
+/// graph deeper than any stack and give it more paths than could ever be walked.
+namespace Lumvo {
+
+/// What an object is to its holder.
+enum class Role
+{
+    Root, ///< Held by the file itself.
+    FaceStyle,
+    EdgeStyle,
+    TextStyle,
+    HighlightStyle,
+    Child,
+    Entity,
+    Member,
+    Faces,
+    Edges,
+    Item,
+    Material,
+    DiffuseTexture,
+    ReflectionTexture,
+};
+[[nodiscard]] const char* NameOf(Role role) noexcept;
+
+/// One reference.
+struct Held
+{
+    Role role;
+    const Kelvra::AObject* object; ///< Null where the reference is empty.
+};
+
+/// What an object's record refers to, in the order of the record.
+[[nodiscard]] std::vector<Held> HeldBy(const Kelvra::AObject& object);
+
+using Roots = std::vector<std::shared_ptr<Kelvra::ASceneNode>>;
+
+/// All objects that roots lead to, and how often each is referred to.
+struct SceneObjects
+{
+    std::vector<const Kelvra::AObject*> objects; ///< Each once.
+    std::unordered_map<const Kelvra::AObject*, std::uint64_t> references;
+
+    explicit SceneObjects(const Roots& roots);
+    [[nodiscard]] bool IsShared(const Kelvra::AObject& object) const { return references.at(&object) > 1; }
+};
+
+/// Walks two scenes side by side and pairs the objects met at the same place.
+/// \returns what differs: classes, numbers of references, or an object that is shared in one scene only;
+/// empty where both are made alike. What the objects hold besides references is not compared.
+[[nodiscard]] std::string CompareSharing(const Roots& a, const Roots& b);
+} // namespace Lumvo

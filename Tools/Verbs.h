@@ -1,0 +1,29 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+
+/// \file
+/// The verbs of the command, each in the source of its name. To add one: a function here, its source, and a
+/// line in Main.cpp.
+namespace Lumvo {
+
+/// How the command ends. Of several files the worst counts, which is the greatest.
+enum ExitCode : int
+{
+    ExitFine = 0,
+    ExitFindings = 1, ///< Done, but loading a file reported messages.
+    ExitUsage = 2,
+    ExitCannotRead = 3,
+    ExitCannotWrite = 4,
+};
+
+/// The work that the command line asks for; it throws FileError where it cannot go on.
+using Run = std::function<ExitCode()>;
+
+// Each adds its verb to the command line; parsing the verb sets `run`.
+void AddDemo(CLI::App& app, Run& run);
+void AddInfo(CLI::App& app, Run& run);
+void AddTree(CLI::App& app, Run& run);
+} // namespace Lumvo
