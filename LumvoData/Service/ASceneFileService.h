@@ -1,0 +1,51 @@
+#pragma once
+
+#include <LumvoData/Contracts/KelvraService/KvExport.h>
+#include <LumvoData/Scene/ASceneNode.h>
+#include <LumvoData/Service/TLoadCache.h>
+
+#include <memory>
+#include <string>
+
+namespace Kelvra {
+
+/// A loader of one external file format that turns a file into a scene node; format modules derive from it and
+/// register theirs with the ASceneFileServiceManager.
+///
+/// - Ownership: keeps a share of everything it has loaded, until it is destroyed or told to forget it. A copy
+///   shares the same objects.
+/// - Errors: a loader that fails returns an empty pointer, which is kept like any result.
+class KELVRA_API ASceneFileService
+{
+public:
+    ASceneFileService() = default;
+    ASceneFileService(const ASceneFileService&) = default;
+    ASceneFileService& operator=(const ASceneFileService&) = default;
+    virtual ~ASceneFileService();
+
+    /// The name under which the service is registered; unique among the scene services.
+    [[nodiscard]] const std::wstring& GetName() const noexcept { return m_szName; }
+    void SetName(const std::wstring& name) { m_szName = name; }
+    /// What a user reads, such as "Wavefront OBJ".
+    [[nodiscard]] const std::wstring& GetTitle() const noexcept { return m_szTitle; }
+    void SetTitle(const std::wstring& title) { m_szTitle = title; }
+    /// The filter of a file dialog, such as "*.obj".
+    [[nodiscard]] const std::wstring& GetFileFilter() const noexcept { return m_szFileFilter; }
+    void SetFileFilter(const std::wstring& filter) { m_szFileFilter = filter; }
+
+    /// Loads a file, or returns what was loaded under exactly that name before, an empty pointer included.
+    std::shared_ptr<ASceneNode> LoadFile(const std::wstring& fileName);
+    /// Releases what was loaded under that name: the next LoadFile reads the file again.
+    void ForgetFile(const std::wstring& fileName);
+
+private:
+    /// Reads the file.
+    /// \returns what it holds, or an empty pointer where it cannot be read.
+    virtual std::shared_ptr<ASceneNode> OnLoadFile(const std::wstring& fileName) = 0;
+
+    std::wstring m_szName;
+    std::wstring m_szTitle;
+    std::wstring m_szFileFilter;
+    TLoadCache<ASceneNode> m_Loaded;
+};
+} // namespace Kelvra
