@@ -1,9 +1,8 @@
 #include <LumvoData/Entity/AGroupEntity.h>
 
 #include <LumvoData/Contracts/KelvraService/KvAssert.h>
+#include <LumvoData/Entity/ReleaseNested.h>
 #include <LumvoData/Serialize/ASceneRecord.h>
-
-#include <utility>
 
 namespace Kelvra {
 namespace {
@@ -16,15 +15,10 @@ KELVRA_DEFINE_CLASS_ID(AGroupEntity, L"AGroupEntity")
 
 AGroupEntity::~AGroupEntity()
 {
-    // Groups that only this one holds are emptied here and not by their own destructors, which would nest as deep
-    // as the groups do.
-    while (!m_Entities.empty()) {
-        const std::shared_ptr<AEntity> entity = std::move(m_Entities.front());
-        m_Entities.pop_front();
-        auto* const group = entity.use_count() == 1 ? dynamic_cast<AGroupEntity*>(entity.get()) : nullptr;
-        if (group != nullptr)
-            m_Entities.splice(m_Entities.end(), group->m_Entities);
-    }
+    ReleaseNested(m_Entities, [](AEntity& entity) {
+        auto* const group = dynamic_cast<AGroupEntity*>(&entity);
+        return group != nullptr ? &group->m_Entities : nullptr;
+    });
 }
 
 void AGroupEntity::AddEntity(const std::shared_ptr<AEntity>& entity)

@@ -1,6 +1,7 @@
 #include <LumvoData/Scene/AGroupSceneNode.h>
 
 #include <LumvoData/Contracts/KelvraService/KvAssert.h>
+#include <LumvoData/Entity/ReleaseNested.h>
 #include <LumvoData/Scene/ASceneNodeVisitor.h>
 #include <LumvoData/Serialize/ASceneRecord.h>
 
@@ -17,15 +18,10 @@ KELVRA_DEFINE_CLASS_ID(AGroupSceneNode, L"AGroupSceneNode")
 
 AGroupSceneNode::~AGroupSceneNode()
 {
-    // Groups that only this one holds are emptied here and not by their own destructors, which would nest as deep
-    // as the groups do.
-    while (!m_Children.empty()) {
-        const std::shared_ptr<ASceneNode> child = std::move(m_Children.front());
-        m_Children.pop_front();
-        auto* const group = child.use_count() == 1 ? dynamic_cast<AGroupSceneNode*>(child.get()) : nullptr;
-        if (group != nullptr)
-            m_Children.splice(m_Children.end(), group->m_Children);
-    }
+    ReleaseNested(m_Children, [](ASceneNode& child) {
+        auto* const group = dynamic_cast<AGroupSceneNode*>(&child);
+        return group != nullptr ? &group->m_Children : nullptr;
+    });
 }
 
 void AGroupSceneNode::AddChildNode(std::shared_ptr<ASceneNode> child)

@@ -1,5 +1,6 @@
 #include <LumvoData/Scene/ASelectedNode.h>
 
+#include <LumvoData/Entity/ReleaseNested.h>
 #include <LumvoData/Scene/ASceneNodeVisitor.h>
 
 #include <utility>
@@ -10,14 +11,7 @@ ASelectedNode::ASelectedNode(std::shared_ptr<ASceneNode> node) : m_SceneNode(std
 
 ASelectedNode::~ASelectedNode()
 {
-    // Records that nothing else shares hand their children up before they go, so that a long chain is released in a
-    // loop: destroyed one within the other they would fill the stack.
-    while (!m_Children.empty()) {
-        const std::shared_ptr<ASelectedNode> child = std::move(m_Children.front());
-        m_Children.pop_front();
-        if (child.use_count() == 1)
-            m_Children.splice(m_Children.end(), child->m_Children);
-    }
+    ReleaseNested(m_Children, [](ASelectedNode& child) { return &child.m_Children; });
 }
 
 void ASelectedNode::AddChildNode(std::shared_ptr<ASelectedNode> child)
