@@ -86,7 +86,7 @@ public:
     void Close();
 
 private:
-    static constexpr std::size_t s_BufferSize = 64 * 1024;
+    static constexpr std::size_t s_BufferSize = std::size_t{64} * 1024;
 
     std::size_t ReadBeyondBuffer(void* data, std::size_t count);
     void WriteBeyondBuffer(const void* data, std::size_t count);

@@ -23,7 +23,7 @@ namespace {
 constexpr unsigned s_ParseText = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_ws_pcdata;
 
 // The parser holds a document whole, and several times its size in nodes.
-constexpr std::uint64_t s_LargestDocument = 256 * 1024 * 1024;
+constexpr std::uint64_t s_LargestDocument = std::uint64_t{256} * 1024 * 1024;
 
 bool IsXmlName(std::string_view name)
 {
