@@ -6,6 +6,10 @@
 #include <filesystem>
 #include <utility>
 
+#if defined(_WIN32)
+#    include <share.h>
+#endif
+
 namespace Kelvra {
 namespace {
 
