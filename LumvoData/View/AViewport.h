@@ -64,7 +64,7 @@ public:
     /// From view space to clip space, as it was built last. Depth runs from 0 at near to 1 at far.
     [[nodiscard]] const AMath::Matrix4& ProjectionMatrix() const noexcept { return m_ProjectionMatrix; }
     /// Builds the projection matrix from the fields: an orthographic one of NearClipPlan(), or a perspective one
-    /// of a quarter of a half turn (0.7853975 radians) from top to bottom.
+    /// of 0.7853975 radians, 45 degrees, from top to bottom.
     const AMath::Matrix4& UpdateProjectionMatrix();
 
 private:

@@ -51,7 +51,7 @@ namespace GrphUtil {
 [[nodiscard]] KELVRA_API AMath::Matrix4 ComputeViewMatrix(const AMath::Vector3& eye, const AMath::Vector3& direction,
                                                           const AMath::Vector3& up);
 
-/// As ComputeViewMatrix with y = z × x: turned by half a turn about z in its y axis, away from `up`.
+/// As ComputeViewMatrix with y = z × x, which points away from `up`: the view is upside down.
 [[nodiscard]] KELVRA_API AMath::Matrix4 ComputeViewMatrixLH(const AMath::Vector3& eye, const AMath::Vector3& direction,
                                                             const AMath::Vector3& up);
 
