@@ -1,7 +1,8 @@
 # Sourced by test, demo and .ci/run: reports each step and installs the Debian packages that are missing.
 # The caller has changed to the root of the project.
 
-build_packages=(g++ cmake ninja-build libpugixml-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev)
+build_packages=(g++ cmake ninja-build libpugixml-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
+    libassimp-dev libgtest-dev libgmock-dev)
 
 say() {
     printf '\n==> %s\n' "$*"

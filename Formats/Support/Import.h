@@ -1,0 +1,45 @@
+#pragma once
+
+#include <Formats/Support/FormatError.h>
+#include <Formats/Support/FormatExport.h>
+#include <Formats/Support/InputFile.h>
+#include <Formats/Support/Losses.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace Formats {
+
+/// One run of a reader: the file, and what the reader tells while it reads it.
+///
+/// - Errors: what the reader cannot get over it throws as FormatError; nothing of the file is loaded then.
+class FORMATS_API Import
+{
+public:
+    /// Opens the file; throws FormatError.
+    explicit Import(std::filesystem::path file);
+
+    [[nodiscard]] const std::filesystem::path& GetPath() const noexcept { return m_File.GetPath(); }
+    [[nodiscard]] InputFile& GetFile() noexcept { return m_File; }
+
+    /// Something of the file has no place in a scene.
+    /// \param what in the plural where it counts things, such as "animations".
+    void Lose(const std::string& what, std::uint64_t count = 1) { m_Losses.Add(what, count); }
+    /// So many bytes of the file are read. Cheap enough to be called once in some thousand items.
+    void Progress(std::uint64_t done);
+    /// Offers an image inside the file to the program.
+    /// \param name a name for it, with extension and without folder.
+    /// \returns the file name that the texture is to refer to; empty where the image is not kept, which is counted
+    ///          as a loss.
+    [[nodiscard]] std::wstring KeepImage(const std::wstring& name, std::string_view bytes);
+    /// Tells the listener of the losses, at the end.
+    void TellLosses() const { m_Losses.Tell(GetPath()); }
+
+private:
+    InputFile m_File;
+    Losses m_Losses;
+    std::uint64_t m_Done = 0;
+};
+} // namespace Formats
