@@ -3,7 +3,8 @@
 #include <Tools/Json.h>
 #include <Tools/LoadedScene.h>
 #include <Tools/Output.h>
-#include <Tools/SceneFileWriter.h>
+#include <Tools/OutputFile.h>
+#include <Tools/SceneRecords.h>
 #include <Tools/Verbs.h>
 
 #include <LumvoData/Contracts/KelvraService/KvText.h>
@@ -42,21 +43,23 @@ bool SameBytes(const std::filesystem::path& a, const std::filesystem::path& b)
 
 [[noreturn]] void FailProof(const std::filesystem::path& file, const std::string& problem)
 {
-    throw FileError(ExitCannotWrite, file, {}, "was not written: " + problem, "This is a fault of lumvo: report it.");
+    throw FileError(ExitCannotWrite, file, std::nullopt, "was not written: " + problem,
+                    "This is a fault of lumvo: report it.");
 }
 
-/// Loads what the writer wrote and holds it against the scene in memory.
-void Prove(const SceneFileWriter& writer, const DemoScene& demo, const std::filesystem::path& file)
+/// Loads what was written and holds it against the scene in memory.
+void Prove(const OutputFile& output, const DemoScene& demo)
 {
-    const LoadedScene loaded = LoadScene(writer.GetWrittenFile());
+    const std::filesystem::path& file = output.GetFile();
+    const LoadedScene loaded = LoadScene(output.GetWrittenFile());
     if (loaded.messages.GetCount() > 0 || loaded.earlyEnd)
         FailProof(file, "loading the scene back reported messages");
     const std::string difference = CompareSharing(demo.roots, loaded.roots);
     if (!difference.empty())
         FailProof(file, "in the scene that was loaded back, " + difference);
-    SceneFileWriter again(file); // never committed
-    again.Write(loaded.roots);
-    if (!SameBytes(writer.GetWrittenFile(), again.GetWrittenFile()))
+    const OutputFile again(file); // never committed
+    WriteSceneFile(loaded.roots, again.GetWrittenFile(), file);
+    if (!SameBytes(output.GetWrittenFile(), again.GetWrittenFile()))
         FailProof(file, "the scene that was loaded back gives other bytes when it is saved");
 }
 
@@ -73,14 +76,14 @@ ExitCode RunDemo(const Options& options)
         shared += count > 1 ? 1 : 0;
     }
 
-    SceneFileWriter writer(file);
-    const std::uint64_t size = writer.Write(demo.roots);
-    if (!writer.IsStraight())
-        Prove(writer, demo, file);
-    writer.Commit();
+    OutputFile output(file);
+    const std::uint64_t size = WriteSceneFile(demo.roots, output.GetWrittenFile(), file);
+    if (!output.IsStraight())
+        Prove(output, demo);
+    output.Commit();
 
     if (options.json) {
-        const Json proof = writer.IsStraight() ? Json(nullptr) : Json(true);
+        const Json proof = output.IsStraight() ? Json(nullptr) : Json(true);
         PrintJson(Json{{"file", PathToJson(file)},
                        {"bytes", size},
                        {"roots", demo.roots.size()},
@@ -88,7 +91,7 @@ ExitCode RunDemo(const Options& options)
                        {"references", references},
                        {"sharedObjects", shared},
                        {"replacedStyles", replaced},
-                       {"loadedBack", !writer.IsStraight()},
+                       {"loadedBack", !output.IsStraight()},
                        {"sharingKept", proof},
                        {"savedAgainAlike", proof}});
         return ExitFine;
@@ -103,7 +106,7 @@ ExitCode RunDemo(const Options& options)
     step("replaced  ") << "the plain ANodeStyle that highlights " << Plural(replaced, "node")
                        << " by an AFaceStyle of the same colour: no file can give a plain one back\n";
     step("saved     ") << ShowPath(file) << ": " << Plural(size, "byte") << '\n';
-    if (writer.IsStraight()) {
+    if (output.IsStraight()) {
         step("not read  ") << "back: this is no regular file\n";
         return ExitFine;
     }

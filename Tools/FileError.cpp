@@ -9,13 +9,18 @@ namespace Lumvo {
 
 FileError::FileError(ExitCode code, std::filesystem::path file, std::optional<std::uint64_t> offset,
                      std::string problem, std::string advice)
-    : m_Code(code), m_File(std::move(file)), m_Offset(offset), m_Problem(std::move(problem)),
+    : FileError(code, std::move(file), offset ? "at byte " + std::to_string(*offset) : std::string(),
+                std::move(problem), std::move(advice))
+{
+    m_Offset = offset;
+}
+
+FileError::FileError(ExitCode code, std::filesystem::path file, std::string place, std::string problem,
+                     std::string advice)
+    : m_Code(code), m_File(std::move(file)), m_Place(std::move(place)), m_Problem(std::move(problem)),
       m_Advice(std::move(advice))
 {
-    m_What = ShowPath(m_File) + ": ";
-    if (m_Offset)
-        m_What += "at byte " + std::to_string(*m_Offset) + ": ";
-    m_What += m_Problem;
+    m_What = ShowPath(m_File) + ": " + (m_Place.empty() ? "" : m_Place + ": ") + m_Problem;
 }
 
 void PrintError(const FileError& error)

@@ -17,10 +17,14 @@ public:
     /// \param offset the byte at which it went wrong, where there is one.
     FileError(ExitCode code, std::filesystem::path file, std::optional<std::uint64_t> offset, std::string problem,
               std::string advice);
+    /// \param place where in the file, such as "line 12"; empty where it is no place in it.
+    FileError(ExitCode code, std::filesystem::path file, std::string place, std::string problem, std::string advice);
 
     [[nodiscard]] ExitCode GetExitCode() const noexcept { return m_Code; }
     [[nodiscard]] const std::filesystem::path& GetFile() const noexcept { return m_File; }
     [[nodiscard]] const std::optional<std::uint64_t>& GetOffset() const noexcept { return m_Offset; }
+    /// "at byte N" where there is an offset.
+    [[nodiscard]] const std::string& GetPlace() const noexcept { return m_Place; }
     [[nodiscard]] const std::string& GetProblem() const noexcept { return m_Problem; }
     [[nodiscard]] const std::string& GetAdvice() const noexcept { return m_Advice; }
     /// One line: file, offset and problem, fit for a terminal.
@@ -30,6 +34,7 @@ private:
     ExitCode m_Code;
     std::filesystem::path m_File;
     std::optional<std::uint64_t> m_Offset;
+    std::string m_Place;
     std::string m_Problem;
     std::string m_Advice;
     std::string m_What;

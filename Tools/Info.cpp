@@ -1,8 +1,10 @@
 #include <Tools/FileError.h>
 #include <Tools/Json.h>
 #include <Tools/LoadedScene.h>
+#include <Tools/Models.h>
 #include <Tools/Output.h>
 #include <Tools/SceneGraph.h>
+#include <Tools/SceneRecords.h>
 #include <Tools/Verbs.h>
 
 #include <algorithm>
@@ -29,15 +31,21 @@ constexpr const char* s_Footer =
     "Sharing saved, for each repeated reference to an object, the bytes from the object's key to the end of its\n"
     "record, with what is stored inside it, less the 4 bytes that the reference takes. Sharing among the copies\n"
     "that would then exist is not counted on top.\n"
-    "JSON: {file, version, bytes, endsEarly, rootReferences, box, classes: {NAME: {objects, bytes}},\n"
+    "A file of another format is loaded through its module: its objects are counted, and instead of bytes per\n"
+    "class there is the size that they would take as a scene file. What a scene has no place for is left out.\n"
+    "JSON: {file, format: null, version, bytes, endsEarly, rootReferences, box, classes: {NAME: {objects, bytes}},\n"
     "       dropped: {objects, bytes}, outsideBytes, references: {total, first, repeated, empty, failed},\n"
-    "       bytesSavedBySharing, messages: [{text, source, line, count, offset}]}, or {file, error, offset} where\n"
-    "       the file cannot be read; an array of these for several files.\n"
+    "       bytesSavedBySharing, messages: [{text, source, line, count, offset}]} for a scene file;\n"
+    "       {file, format: {service, title, module}, bytes, sceneBytes, rootReferences, box,\n"
+    "       classes: {NAME: {objects}}, references: {total, first, repeated}, leftOut: [{what, count}], messages}\n"
+    "       for others; {file, error, place, offset} where the file cannot be read; an array of these for several\n"
+    "       files.\n"
     "Example: lumvo info flange.scene";
 
 struct Options
 {
     std::vector<std::string> files;
+    ModelOptions model;
     bool json = false;
 };
 
@@ -50,6 +58,8 @@ struct Share
 /// What there is to know of one file.
 struct Facts
 {
+    std::uint64_t objects = 0;
+    std::uint64_t references = 0; // to these objects
     std::map<std::string, Share> classes;
     Share dropped;
     std::uint64_t outsideBytes = 0;
@@ -59,6 +69,7 @@ struct Facts
     explicit Facts(const LoadedScene& scene)
     {
         const SceneObjects scenes(scene.roots);
+        objects = scenes.objects.size();
         Share held;
         for (const AObject* const object : scenes.objects) {
             const LoadStatistics::Extent extent = scene.statistics.ExtentOf(*object);
@@ -66,11 +77,15 @@ struct Facts
             ++share.objects;
             share.bytes += extent.own;
             held.bytes += extent.own;
-            savedBytes += (scenes.references.at(object) - 1) * (extent.span - sizeof(std::int32_t));
+            references += scenes.references.at(object);
+            if (!scene.origin)
+                savedBytes += (scenes.references.at(object) - 1) * (extent.span - sizeof(std::int32_t));
         }
-        dropped.objects = scene.statistics.GetObjects() - scenes.objects.size();
-        dropped.bytes = scene.statistics.GetObjectBytes() - held.bytes;
-        outsideBytes = scene.size - scene.statistics.GetObjectBytes();
+        if (!scene.origin) {
+            dropped.objects = scene.statistics.GetObjects() - objects;
+            dropped.bytes = scene.statistics.GetObjectBytes() - held.bytes;
+            outsideBytes = scene.size - scene.statistics.GetObjectBytes();
+        }
         for (const auto& root : scene.roots) {
             AMath::AxisAlignedBox rootBox = root->GetBBox();
             rootBox.transform(root->GetTransform());
@@ -84,13 +99,37 @@ Json ToJson(const Share& share)
     return {{"objects", share.objects}, {"bytes", share.bytes}};
 }
 
+Json ModelToJson(const LoadedScene& scene, const Facts& facts)
+{
+    Json classes = Json::object();
+    for (const auto& [name, share] : facts.classes)
+        classes[name] = {{"objects", share.objects}};
+    return {{"file", PathToJson(scene.file)},
+            {"format",
+             {{"service", Lumvo::ToJson(scene.origin->service)},
+              {"title", Lumvo::ToJson(scene.origin->title)},
+              {"module", PathToJson(scene.origin->module)}}},
+            {"bytes", scene.size},
+            {"sceneBytes", SizeOfSceneFile(scene.roots)},
+            {"rootReferences", scene.rootReferences},
+            {"box", Lumvo::ToJson(facts.box)},
+            {"classes", classes},
+            {"references",
+             {{"total", facts.references}, {"first", facts.objects}, {"repeated", facts.references - facts.objects}}},
+            {"leftOut", Lumvo::ToJson(scene.losses)},
+            {"messages", scene.messages.ToJson()}};
+}
+
 Json ToJson(const LoadedScene& scene, const Facts& facts)
 {
+    if (scene.origin)
+        return ModelToJson(scene, facts);
     Json classes = Json::object();
     for (const auto& [name, share] : facts.classes)
         classes[name] = ToJson(share);
     const LoadStatistics& statistics = scene.statistics;
     return {{"file", PathToJson(scene.file)},
+            {"format", nullptr},
             {"version", scene.version},
             {"bytes", scene.size},
             {"endsEarly", Lumvo::ToJson(scene.earlyEnd)},
@@ -141,8 +180,37 @@ void PrintClasses(const LoadedScene& scene, const Facts& facts)
     std::cout << '\n';
 }
 
+void PrintMessages(const LoadedScene& scene)
+{
+    std::cout << "  messages    " << (scene.messages.GetCount() > 0 ? Show(scene.messages.GetCount()) : "none") << '\n';
+    scene.messages.Print(std::cout, "    ");
+}
+
+void PrintModel(const LoadedScene& scene, const Facts& facts)
+{
+    std::cout << Screen::OfStandardOutput().Paint(Screen::Strong, ShowPath(scene.file)) << '\n'
+              << "  format      " << Show(scene.origin->title) << ", read by service " << Show(scene.origin->service)
+              << " of " << ShowPath(scene.origin->module.filename()) << '\n'
+              << "  size        " << Plural(scene.size, "byte") << "; as a scene file "
+              << Show(SizeOfSceneFile(scene.roots)) << '\n'
+              << "  box         " << Show(facts.box) << "\n\n"
+              << "  class                  objects\n";
+    for (const auto& [name, share] : facts.classes)
+        std::cout << "  " << std::left << std::setw(20) << name << std::right << std::setw(10) << Show(share.objects)
+                  << '\n';
+    std::cout << "  " << std::left << std::setw(20) << "together" << std::right << std::setw(10) << Show(facts.objects)
+              << "\n\n  references  " << Show(facts.references) << ": " << Show(facts.objects) << " to new objects, "
+              << Show(facts.references - facts.objects) << " repeated\n"
+              << "  left out    " << (scene.losses.empty() ? "nothing" : "") << '\n';
+    for (const Loss& loss : scene.losses)
+        std::cout << "    " << Show(loss.count) << " x " << loss.what << '\n';
+    PrintMessages(scene);
+}
+
 void Print(const LoadedScene& scene, const Facts& facts)
 {
+    if (scene.origin)
+        return PrintModel(scene, facts);
     const LoadStatistics& statistics = scene.statistics;
     std::cout << Screen::OfStandardOutput().Paint(Screen::Strong, ShowPath(scene.file)) << '\n'
               << "  version     " << scene.version << '\n'
@@ -156,20 +224,18 @@ void Print(const LoadedScene& scene, const Facts& facts)
     if (statistics.GetFailedReferences() > 0)
         std::cout << ", " << Show(statistics.GetFailedReferences()) << " failed";
     std::cout << "\n  sharing     saved " << Plural(facts.savedBytes, "byte") << ", "
-              << Percent(facts.savedBytes, scene.size + facts.savedBytes)
-              << " of what the file would take without\n"
-                 "  messages    "
-              << (scene.messages.GetCount() > 0 ? Show(scene.messages.GetCount()) : "none") << '\n';
-    scene.messages.Print(std::cout, "    ");
+              << Percent(facts.savedBytes, scene.size + facts.savedBytes) << " of what the file would take without\n";
+    PrintMessages(scene);
 }
 
 ExitCode RunInfo(const Options& options)
 {
     ExitCode worst = ExitFine;
     std::vector<Json> results;
+    ModelLoader loader(options.model);
     for (const std::string& file : options.files) {
         try {
-            const LoadedScene scene = LoadScene(file);
+            const LoadedScene scene = loader.Load(file);
             const Facts facts(scene);
             worst = std::max(worst, scene.GetExitCode());
             if (options.json)
@@ -186,6 +252,7 @@ ExitCode RunInfo(const Options& options)
             worst = std::max(worst, error.GetExitCode());
             results.push_back({{"file", PathToJson(error.GetFile())},
                                {"error", error.GetProblem()},
+                               {"place", error.GetPlace().empty() ? Json(nullptr) : Json(error.GetPlace())},
                                {"offset", error.GetOffset() ? Json(*error.GetOffset()) : Json(nullptr)}});
         }
     }
@@ -198,10 +265,11 @@ ExitCode RunInfo(const Options& options)
 void AddInfo(CLI::App& app, Run& run)
 {
     CLI::App* const verb =
-        app.add_subcommand("info", "Tell what scene files hold, where their bytes went, what is wrong");
+        app.add_subcommand("info", "Tell what scenes and models hold, where the bytes went, what is wrong");
     const auto options = std::make_shared<Options>();
     verb->footer(s_Footer);
-    verb->add_option("FILE", options->files, "Scene files")->required()->type_name("");
+    verb->add_option("FILE", options->files, "Scene files, models, or - for standard input")->required()->type_name("");
+    options->model.AddTo(*verb);
     verb->add_flag("--json", options->json, "Print one JSON document");
     verb->callback([options, &run] { run = [options] { return RunInfo(*options); }; });
 }

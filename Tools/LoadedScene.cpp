@@ -26,7 +26,9 @@ using namespace Kelvra;
 class LoadContext : public ASceneSerializeContext
 {
 public:
-    explicit LoadContext(const std::filesystem::path& file) : ASceneSerializeContext(KvText::FromPath(file), false) {}
+    LoadContext(const std::filesystem::path& file, const std::function<void(std::uint64_t)>& progress)
+        : ASceneSerializeContext(KvText::FromPath(file), false), m_Progress(progress)
+    {}
 
     using ASceneSerializeContext::Read;
     void Read(void* data, int count) override
@@ -34,12 +36,20 @@ public:
         if (!m_EarlyEnd && count > 0 && static_cast<std::uint64_t>(count) > GetBytesLeft())
             m_EarlyEnd = EarlyEnd{GetPosition(), static_cast<std::uint64_t>(count), GetBytesLeft()};
         ASceneSerializeContext::Read(data, count);
+        if (m_Progress && GetPosition() >= m_Told + s_Step) {
+            m_Told = GetPosition();
+            m_Progress(m_Told);
+        }
     }
 
     [[nodiscard]] const std::optional<EarlyEnd>& GetEarlyEnd() const noexcept { return m_EarlyEnd; }
 
 private:
+    static constexpr std::uint64_t s_Step = 1 << 20;
+
     std::optional<EarlyEnd> m_EarlyEnd;
+    const std::function<void(std::uint64_t)>& m_Progress;
+    std::uint64_t m_Told = 0;
 };
 
 /// The bytes of an integer as they stand in the file, in hexadecimal.
@@ -62,11 +72,11 @@ std::string ShowBytes(std::int32_t value)
     std::error_code ignored;
     const std::filesystem::file_status status = std::filesystem::status(file, ignored);
     if (std::filesystem::is_directory(status))
-        throw FileError(ExitCannotRead, file, {}, "is a folder, not a scene file", "Name a file inside it.");
+        throw FileError(ExitCannotRead, file, std::nullopt, "is a folder, not a scene file", "Name a file inside it.");
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
-        throw FileError(ExitCannotRead, file, {}, "is a pipe or a device, not a regular file",
+        throw FileError(ExitCannotRead, file, std::nullopt, "is a pipe or a device, not a regular file",
                         "Copy its contents into a file and name that one.");
-    throw FileError(ExitCannotRead, file, {}, "cannot be opened: " + reason.message(),
+    throw FileError(ExitCannotRead, file, std::nullopt, "cannot be opened: " + reason.message(),
                     "Check the name and that you may read the file.");
 }
 
@@ -76,10 +86,11 @@ std::string ShowBytes(std::int32_t value)
     static constexpr std::uint64_t s_HeaderSize = 8;
     const std::uint64_t size = context.GetPosition();
     if (size >= sizeof(std::int32_t) && context.GetIdentifier() != ASceneSerializeContext::FileIdentifier)
-        throw FileError(ExitCannotRead, file, 0,
-                        "not a scene file: it begins with the bytes " + ShowBytes(context.GetIdentifier()) +
-                            " where a scene file has " + ShowBytes(ASceneSerializeContext::FileIdentifier),
-                        "Check that this is the file you mean.");
+        throw FileError(
+            ExitCannotRead, file, std::optional<std::uint64_t>(0),
+            "not a scene file: it begins with the bytes " + ShowBytes(context.GetIdentifier()) +
+                " where a scene file has " + ShowBytes(ASceneSerializeContext::FileIdentifier),
+            "Check that this is the file you mean; 'lumvo formats' lists the other formats that can be read.");
     throw FileError(ExitCannotRead, file, size,
                     "ends inside the header: it has " + Plural(size, "byte") + ", the header alone takes " +
                         Show(s_HeaderSize),
@@ -92,7 +103,7 @@ std::string ShowBytes(std::int32_t value)
 {
     if (scene.messages.GetCount() > 0) {
         const Messages::Message& first = scene.messages.GetAll().front();
-        advice += "\n       Trouble began at byte " + std::to_string(first.offset) + ": " + first.text;
+        advice += "\n       Trouble began at byte " + std::to_string(first.offset.value_or(0)) + ": " + first.text;
     }
     throw FileError(ExitCannotRead, scene.file, context.GetPosition(), std::move(problem), std::move(advice));
 }
@@ -124,11 +135,26 @@ void LoadRoots(LoadContext& context, LoadedScene& scene)
 }
 } // namespace
 
-LoadedScene LoadScene(const std::filesystem::path& file)
+Json ToJson(const std::vector<Loss>& losses)
+{
+    Json all = Json::array();
+    for (const Loss& loss : losses)
+        all.push_back({{"what", loss.what}, {"count", loss.count}});
+    return all;
+}
+
+bool IsSceneFile(const std::filesystem::path& file)
+{
+    ASceneSerializeContext context(KvText::FromPath(file), false);
+    static_cast<void>(context.Begin());
+    return context.GetIdentifier() == ASceneSerializeContext::FileIdentifier;
+}
+
+LoadedScene LoadScene(const std::filesystem::path& file, const std::function<void(std::uint64_t)>& progress)
 {
     LoadedScene scene;
     scene.file = file;
-    LoadContext context(file);
+    LoadContext context(file, progress);
     try {
         if (!context.Begin()) {
             if (context.GetError())

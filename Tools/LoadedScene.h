@@ -9,8 +9,10 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace Lumvo {
@@ -23,10 +25,30 @@ struct EarlyEnd
     std::uint64_t present;
 };
 
-/// A scene file as it was loaded: references to scene nodes, back to back, until its end.
+/// Something of a file that has no place in a scene, or of a scene that has none in a file.
+struct Loss
+{
+    std::string what;
+    std::uint64_t count;
+};
+/// [{"what", "count"}].
+[[nodiscard]] Json ToJson(const std::vector<Loss>& losses);
+
+/// By whom a file of another format was loaded.
+struct ModelOrigin
+{
+    std::wstring service;
+    std::wstring title;
+    std::filesystem::path module;
+};
+
+/// A scene file as it was loaded, references to scene nodes, back to back, until its end; or a file of another
+/// format, which has neither version nor statistics and, for each root, one reference.
 struct LoadedScene
 {
     std::filesystem::path file;
+    std::optional<ModelOrigin> origin; ///< Of a file of another format.
+    std::vector<Loss> losses;
     std::uint64_t size = 0;
     std::int32_t version = 0;
     std::uint64_t rootReferences = 0;                       ///< Those that read as empty included.
@@ -40,7 +62,11 @@ struct LoadedScene
 };
 
 /// Loads a scene file; throws FileError with ExitCannotRead where that cannot be done to the file's end.
-[[nodiscard]] LoadedScene LoadScene(const std::filesystem::path& file);
+/// \param progress is called now and then with the bytes read so far.
+[[nodiscard]] LoadedScene LoadScene(const std::filesystem::path& file,
+                                    const std::function<void(std::uint64_t)>& progress = {});
+/// Whether a file begins as scene files do.
+[[nodiscard]] bool IsSceneFile(const std::filesystem::path& file);
 
 /// Says on standard error that the file ended early, if it did.
 void PrintEarlyEnd(const LoadedScene& scene);

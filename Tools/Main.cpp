@@ -30,14 +30,23 @@ std::vector<std::string> Arguments(int argc, char** argv)
 ExitCode Execute(std::vector<std::string> arguments)
 {
     Run run;
-    CLI::App app("Looks into scene files, which hold the entities, nodes, styles and materials of 3D scenes.", "lumvo");
+    CLI::App app("Looks into scene files, which hold the entities, nodes, styles and materials of 3D scenes, and\n"
+                 "converts models into them.",
+                 "lumvo");
     app.set_version_flag("--version", "lumvo " LUMVO_VERSION);
     app.require_subcommand(0, 1);
-    app.footer("Exit codes: 0 fine, 1 a file was loaded but messages were reported, 2 wrong usage,\n"
-               "            3 a file cannot be read, 4 a file cannot be written\n"
+    app.add_option_function<std::string>(
+           "--color", SetColours, "Colours: always, never, or auto, on a terminal while NO_COLOR is not set [auto]")
+        ->check(CLI::IsMember({"always", "never", "auto"}))
+        ->type_name("WHEN");
+    app.fallthrough();
+    app.footer("Exit codes: 0 fine, 1 something was found wrong, such as messages while a file was loaded,\n"
+               "            2 wrong usage, 3 a file cannot be read, 4 a file cannot be written\n"
                "Example:    lumvo demo flange.scene && lumvo tree flange.scene\n"
                "Help on a verb: lumvo VERB --help");
+    AddConvert(app, run);
     AddDemo(app, run);
+    AddFormats(app, run);
     AddInfo(app, run);
     AddTree(app, run);
     try {

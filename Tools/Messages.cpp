@@ -4,7 +4,7 @@
 
 namespace Lumvo {
 
-void Messages::Add(const Kelvra::KvReport& report, std::uint64_t offset)
+void Messages::Add(const Kelvra::KvReport& report, std::optional<std::uint64_t> offset)
 {
     ++m_Count;
     auto identity = std::make_tuple(Show(report.message, s_MostCharacters), std::string(report.source), report.line);
@@ -23,10 +23,12 @@ void Messages::Add(const Kelvra::KvReport& report, std::uint64_t offset)
 
 void Messages::Print(std::ostream& out, const std::string& indent) const
 {
-    for (const Message& message : m_Messages)
-        out << indent << Show(message.count) << " x \"" << message.text << "\", "
-            << (message.count == 1 ? "at byte " : "first at byte ") << message.offset << " (" << message.source << ", "
-            << message.line << ")\n";
+    for (const Message& message : m_Messages) {
+        out << indent << Show(message.count) << " x \"" << message.text << '"';
+        if (message.offset)
+            out << ", " << (message.count == 1 ? "at byte " : "first at byte ") << *message.offset;
+        out << " (" << message.source << ", " << message.line << ")\n";
+    }
     if (m_NotKept > 0)
         out << indent << "and " << Plural(m_NotKept, "other") << '\n';
 }
@@ -39,7 +41,7 @@ Json Messages::ToJson() const
                        {"source", message.source},
                        {"line", message.line},
                        {"count", message.count},
-                       {"offset", message.offset}});
+                       {"offset", message.offset ? Json(*message.offset) : Json(nullptr)}});
     return all;
 }
 } // namespace Lumvo

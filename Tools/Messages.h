@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <tuple>
@@ -26,10 +27,10 @@ public:
         std::string source;
         int line;
         std::uint64_t count;
-        std::uint64_t offset; ///< In the file, where the first of them was reported.
+        std::optional<std::uint64_t> offset; ///< In the file, where the first was reported; none if that is unknown.
     };
 
-    void Add(const Kelvra::KvReport& report, std::uint64_t offset);
+    void Add(const Kelvra::KvReport& report, std::optional<std::uint64_t> offset);
 
     /// How many were reported, equal ones included.
     [[nodiscard]] std::uint64_t GetCount() const noexcept { return m_Count; }

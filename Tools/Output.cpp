@@ -9,8 +9,18 @@
 #include <charconv>
 #include <cstdlib>
 #include <limits>
+#include <optional>
 
 namespace Lumvo {
+namespace {
+
+std::optional<bool> s_Colours; // what the user asked for
+} // namespace
+
+void SetColours(const std::string& when)
+{
+    s_Colours = when == "auto" ? std::nullopt : std::optional(when == "always");
+}
 
 Screen Screen::OfStandardOutput()
 {
@@ -18,8 +28,8 @@ Screen Screen::OfStandardOutput()
     const char* const noColour = std::getenv("NO_COLOR");
     const char* const kind = std::getenv("TERM");
     Screen screen;
-    screen.colours =
-        terminal && (noColour == nullptr || *noColour == '\0') && (kind == nullptr || std::string_view(kind) != "dumb");
+    screen.colours = s_Colours.value_or(terminal && (noColour == nullptr || *noColour == '\0') &&
+                                        (kind == nullptr || std::string_view(kind) != "dumb"));
     screen.boxDrawing = terminal && std::string_view(nl_langinfo(CODESET)) == "UTF-8";
     return screen;
 }

@@ -18,7 +18,7 @@ struct Screen
     bool colours = false;
     bool boxDrawing = false; ///< Line-drawing characters, and so UTF-8.
 
-    /// Of standard output: colours on a terminal unless NO_COLOR is set, lines on a UTF-8 terminal.
+    /// Of standard output: colours as SetColours says, lines on a UTF-8 terminal.
     static Screen OfStandardOutput();
 
     enum Ink
@@ -30,6 +30,9 @@ struct Screen
     /// The text in an ink, or as it is where there are no colours.
     [[nodiscard]] std::string Paint(Ink ink, std::string_view text) const;
 };
+
+/// "always", "never", or "auto": on a terminal unless NO_COLOR is set, which is so from the start.
+void SetColours(const std::string& when);
 
 /// Text from a file or a file name on one line, safe for a terminal, shortened to `limit` characters.
 [[nodiscard]] std::string Show(std::wstring_view text, std::size_t limit = 200);

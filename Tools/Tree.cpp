@@ -1,6 +1,7 @@
 #include <Tools/Describe.h>
 #include <Tools/Json.h>
 #include <Tools/LoadedScene.h>
+#include <Tools/Models.h>
 #include <Tools/Output.h>
 #include <Tools/TreeWalk.h>
 #include <Tools/Verbs.h>
@@ -34,6 +35,7 @@ constexpr std::uint64_t s_DefaultMost = 200;
 struct Options
 {
     std::string file;
+    ModelOptions model;
     std::uint64_t depth = 0;
     std::uint64_t most = s_DefaultMost;
     bool json = false;
@@ -154,7 +156,7 @@ void PrintAsJson(const LoadedScene& scene, TreeWalk& walk, std::uint64_t most)
 
 ExitCode RunTree(const Options& options)
 {
-    const LoadedScene scene = LoadScene(options.file);
+    const LoadedScene scene = ModelLoader(options.model).Load(options.file);
     TreeWalk walk(scene.roots, options.depth);
     if (options.json)
         PrintAsJson(scene, walk, options.most);
@@ -162,6 +164,7 @@ ExitCode RunTree(const Options& options)
         Print(scene, walk, options);
     std::cout.flush(); // keeps its place before the notes
     PrintEarlyEnd(scene);
+    PrintLosses(scene);
     if (scene.messages.GetCount() > 0) {
         std::cerr << "lumvo: " << ShowPath(scene.file) << ": loading reported "
                   << Plural(scene.messages.GetCount(), "message") << ":\n";
@@ -173,13 +176,16 @@ ExitCode RunTree(const Options& options)
 
 void AddTree(CLI::App& app, Run& run)
 {
-    CLI::App* const verb = app.add_subcommand("tree", "Show the nodes of a scene file and what they hold");
+    CLI::App* const verb = app.add_subcommand("tree", "Show the nodes of a scene or a model and what they hold");
     const auto options = std::make_shared<Options>();
     // The parser turns -1 into a huge unsigned number.
     const CLI::Validator notNegative(
         [](const std::string& number) { return number.find('-') == 0 ? "cannot be negative" : ""; }, "");
     verb->footer(s_Footer);
-    verb->add_option("FILE", options->file, "The scene file")->required()->type_name("");
+    verb->add_option("FILE", options->file, "A scene file, a model, or - for standard input")
+        ->required()
+        ->type_name("");
+    options->model.AddTo(*verb);
     verb->add_option("--depth", options->depth, "Show this many levels, 1 for the roots alone, 0 for all [0]")
         ->check(notNegative)
         ->type_name("N");

@@ -13,7 +13,7 @@ namespace Lumvo {
 enum ExitCode : int
 {
     ExitFine = 0,
-    ExitFindings = 1, ///< Done, but loading a file reported messages.
+    ExitFindings = 1, ///< Done, but something was found wrong, such as messages while a file was loaded.
     ExitUsage = 2,
     ExitCannotRead = 3,
     ExitCannotWrite = 4,
@@ -23,7 +23,9 @@ enum ExitCode : int
 using Run = std::function<ExitCode()>;
 
 // Each adds its verb to the command line; parsing the verb sets `run`.
+void AddConvert(CLI::App& app, Run& run);
 void AddDemo(CLI::App& app, Run& run);
+void AddFormats(CLI::App& app, Run& run);
 void AddInfo(CLI::App& app, Run& run);
 void AddTree(CLI::App& app, Run& run);
 } // namespace Lumvo

@@ -1,5 +1,5 @@
 #include <Tests/Tools/ToolTest.h>
-#include <Tools/SceneFileWriter.h>
+#include <Tools/SceneRecords.h>
 
 #include <gmock/gmock.h>
 
@@ -250,9 +250,7 @@ TEST_F(Command, ManyPathsTakeNoTime)
         group->AddChildNode(node);
         node = group;
     }
-    Lumvo::SceneFileWriter writer(Folder() / "scene");
-    writer.Write({node});
-    writer.Commit();
+    Lumvo::WriteSceneFile({node}, Folder() / "scene", Folder() / "scene");
     EXPECT_EQ(Lumvo("tree --json scene").Json()["lines"].size(), 122U);
     EXPECT_THAT(Lumvo("tree scene").out, HasSubstr("(42 deeper)"));
     EXPECT_EQ(Lumvo("info --json scene").Json()["classes"]["AGroupEntity"]["objects"], 30);

@@ -1,7 +1,8 @@
 #include <Tests/Tools/ToolTest.h>
 #include <Tools/FileError.h>
-#include <Tools/SceneFileWriter.h>
+#include <Tools/OutputFile.h>
 #include <Tools/SceneGraph.h>
+#include <Tools/SceneRecords.h>
 #include <Tools/TreeWalk.h>
 
 #include <gmock/gmock.h>
@@ -102,14 +103,14 @@ TEST_F(Writer, ReplacesTheFileWhenItIsComplete)
     std::filesystem::create_symlink("old.scene", Folder() / "link.scene");
     std::filesystem::permissions(Folder() / "old.scene", std::filesystem::perms::owner_all);
     {
-        SceneFileWriter writer(Folder() / "link.scene");
-        writer.Write(Pair().roots);
+        const OutputFile output(Folder() / "link.scene");
+        WriteSceneFile(Pair().roots, output.GetWrittenFile(), output.GetFile());
         EXPECT_EQ(GetFile("old.scene"), Bytes().Int(1));
     }
     EXPECT_THAT(Files(), testing::ElementsAre("link.scene", "old.scene")) << "given up";
-    SceneFileWriter writer(Folder() / "link.scene");
-    const std::uint64_t size = writer.Write(Pair().roots);
-    writer.Commit();
+    OutputFile output(Folder() / "link.scene");
+    const std::uint64_t size = WriteSceneFile(Pair().roots, output.GetWrittenFile(), output.GetFile());
+    output.Commit();
     EXPECT_EQ(GetFile("old.scene").Size(), size);
     EXPECT_TRUE(std::filesystem::is_symlink(Folder() / "link.scene"));
     EXPECT_EQ(std::filesystem::status(Folder() / "old.scene").permissions(), std::filesystem::perms::owner_all);

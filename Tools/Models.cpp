@@ -1,0 +1,223 @@
+#include <Tools/Models.h>
+
+#include <Tools/FileError.h>
+#include <Tools/Output.h>
+
+#include <Formats/Support/FormatListener.h>
+
+#include <LumvoData/Contracts/KelvraService/KvText.h>
+#include <LumvoData/Scene/AEntitySceneNode.h>
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <iostream>
+#include <system_error>
+#include <utility>
+
+namespace Lumvo {
+namespace {
+
+using namespace Kelvra;
+
+const std::filesystem::path s_StandardInput = "standard input";
+
+/// What comes in on standard input, as a file of its own that lives as long as this.
+class Spool
+{
+public:
+    Spool()
+    {
+        std::string name = (std::filesystem::temp_directory_path() / "lumvo-XXXXXX").string();
+        const int file = mkstemp(name.data());
+        if (file < 0)
+            Fail("no temporary file can be made: ");
+        m_File = name;
+        std::array<char, 1 << 16> block{};
+        for (;;) {
+            const ssize_t count = read(STDIN_FILENO, block.data(), block.size());
+            if (count < 0 && errno == EINTR)
+                continue;
+            const bool written = count > 0 && write(file, block.data(), static_cast<std::size_t>(count)) == count;
+            if (written)
+                continue;
+            const int reason = errno;
+            close(file);
+            if (count == 0)
+                return;
+            Remove();
+            errno = reason;
+            Fail(count < 0 ? "cannot be read: " : "cannot be kept in a temporary file: ");
+        }
+    }
+    ~Spool() { Remove(); }
+    Spool(const Spool&) = delete;
+    Spool& operator=(const Spool&) = delete;
+
+    [[nodiscard]] const std::filesystem::path& GetFile() const noexcept { return m_File; }
+
+private:
+    void Remove() const noexcept
+    {
+        std::error_code ignored;
+        std::filesystem::remove(m_File, ignored);
+    }
+    [[noreturn]] static void Fail(const char* problem)
+    {
+        throw FileError(ExitCannotRead, s_StandardInput, std::nullopt,
+                        problem + std::error_code(errno, std::generic_category()).message(),
+                        "Put what comes in into a file and name that.");
+    }
+
+    std::filesystem::path m_File;
+};
+} // namespace
+
+void ModelOptions::AddTo(CLI::App& verb)
+{
+    Modules::AddOption(verb, plugins);
+    verb.add_option("--service", service, "Load with this service, whatever the file is called; see lumvo formats")
+        ->type_name("NAME");
+    CLI::Option* const whole = verb.add_flag("--mesh", mesh, "Load all geometry of a model as one entity");
+    verb.add_flag("--scene", "Load a model with its nodes, transforms, materials and textures; this is the default")
+        ->excludes(whole);
+}
+
+/// Hears what a module tells while it loads one file.
+class ModelLoader::Listener : public Formats::FormatListener
+{
+public:
+    Listener(const ModelLoader& loader, std::vector<Loss>& losses) : m_Loader(loader), m_Losses(losses) {}
+
+    [[nodiscard]] const std::optional<Formats::FormatError>& GetError() const noexcept { return m_Error; }
+
+private:
+    void OnError(const std::filesystem::path& /*file*/, const Formats::FormatError& error) override { m_Error = error; }
+    void OnLoss(const std::filesystem::path& /*file*/, const std::string& what, std::uint64_t count) override
+    {
+        m_Losses.push_back({Show(KvText::FromUtf8(what)), count});
+    }
+    void OnProgress(const std::filesystem::path& /*file*/, std::uint64_t done, std::uint64_t total) override
+    {
+        if (m_Loader.m_Progress != nullptr)
+            m_Loader.m_Progress->Update(done, total);
+    }
+    std::wstring OnImage(const std::filesystem::path& /*file*/, const std::wstring& name,
+                         std::string_view bytes) override
+    {
+        return m_Loader.m_KeepImage ? m_Loader.m_KeepImage(name, bytes) : std::wstring();
+    }
+
+    const ModelLoader& m_Loader;
+    std::vector<Loss>& m_Losses;
+    std::optional<Formats::FormatError> m_Error;
+};
+
+LoadedScene ModelLoader::Load(const std::string& file)
+{
+    if (file != "-")
+        return LoadNamed(file, file);
+    const Spool spool;
+    return LoadNamed(spool.GetFile(), s_StandardInput);
+}
+
+const Modules& ModelLoader::GetModules()
+{
+    if (!m_Modules)
+        m_Modules = std::make_unique<Modules>(m_Options.plugins);
+    return *m_Modules;
+}
+
+const Modules::Entry* ModelLoader::ChooseService(const std::filesystem::path& file, const std::filesystem::path& shown)
+{
+    if (!m_Options.service.empty()) {
+        const Modules::Entry* const entry = GetModules().Find(KvText::FromUtf8(m_Options.service));
+        if (entry == nullptr || !(m_Options.mesh ? entry->mesh != nullptr : entry->scene || entry->mesh))
+            throw FileError(ExitUsage, shown, std::nullopt,
+                            "there is no service " + Show(KvText::FromUtf8(m_Options.service)) + " to load it with",
+                            "'lumvo formats' lists the services, 'lumvo formats -v' what was looked for where.");
+        return entry;
+    }
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(file, ignored) || IsSceneFile(file))
+        return nullptr;
+    for (const Modules::Entry* const entry : GetModules().ReadersOf(shown))
+        if (!m_Options.mesh || entry->mesh)
+            return entry;
+    return nullptr;
+}
+
+LoadedScene ModelLoader::LoadNamed(const std::filesystem::path& file, const std::filesystem::path& shown)
+{
+    if (m_Progress != nullptr)
+        m_Progress->Begin("reading " + ShowPath(shown));
+    if (const Modules::Entry* const entry = ChooseService(file, shown))
+        return LoadWith(*entry, file, shown);
+    std::error_code error;
+    const std::uint64_t size = std::filesystem::file_size(file, error);
+    std::function<void(std::uint64_t)> progress;
+    if (m_Progress != nullptr && !error)
+        progress = [this, size](std::uint64_t done) { m_Progress->Update(done, size); };
+    try {
+        LoadedScene scene = LoadScene(file, progress);
+        scene.file = shown;
+        return scene;
+    } catch (const FileError& failure) {
+        if (file == shown)
+            throw;
+        throw FileError(failure.GetExitCode(), shown, failure.GetOffset(), failure.GetProblem(),
+                        IsSceneFile(file) ? failure.GetAdvice()
+                                          : "If it is a model, say with --service in which format.");
+    }
+}
+
+LoadedScene ModelLoader::LoadWith(const Modules::Entry& entry, const std::filesystem::path& file,
+                                  const std::filesystem::path& shown)
+{
+    LoadedScene scene;
+    scene.file = shown;
+    scene.origin = ModelOrigin{entry.name, entry.title, entry.module};
+    Listener listener(*this, scene.losses);
+    {
+        const KvAssertScope collecting([&](const KvReport& report) { scene.messages.Add(report, {}); });
+        const Formats::FormatListenerScope listening(listener);
+        const std::wstring fileName = KvText::FromPath(file);
+        if (entry.scene && !m_Options.mesh) {
+            if (auto node = entry.scene->LoadFile(fileName))
+                scene.roots.push_back(std::move(node));
+            entry.scene->ForgetFile(fileName);
+        } else {
+            if (const auto entity = entry.mesh->LoadFile(fileName)) {
+                const auto node = std::make_shared<AEntitySceneNode>();
+                node->SetEntity(entity);
+                scene.roots.push_back(node);
+            }
+            entry.mesh->ForgetFile(fileName);
+        }
+    }
+    if (scene.roots.empty()) {
+        const std::string advice = "It was read as " + Show(entry.title) + " (" + Show(entry.name) + ").";
+        if (listener.GetError())
+            throw FileError(ExitCannotRead, shown, listener.GetError()->GetPlace(), listener.GetError()->GetProblem(),
+                            advice);
+        throw FileError(ExitCannotRead, shown, std::nullopt,
+                        scene.messages.GetCount() > 0
+                            ? "cannot be loaded: " + scene.messages.GetAll().front().text
+                            : "cannot be loaded, and the module that was asked does not say why",
+                        advice);
+    }
+    scene.rootReferences = scene.roots.size();
+    std::error_code ignored;
+    scene.size = std::filesystem::file_size(file, ignored);
+    return scene;
+}
+
+void PrintLosses(const LoadedScene& scene)
+{
+    for (const Loss& loss : scene.losses)
+        std::cerr << "lumvo: " << ShowPath(scene.file)
+                  << ": note: left out, because a scene has no place for it: " << Show(loss.count) << " x " << loss.what
+                  << '\n';
+}
+} // namespace Lumvo
