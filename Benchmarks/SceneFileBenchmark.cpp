@@ -1,43 +1,38 @@
 /// \file
-/// Saves and loads three kinds of scene, and beside each measures what to compare with: the same bytes moved as one
-/// block, and the same objects made in memory without a file.
+/// Saves, loads and destroys scenes with the library, with its peers and at the limit of what memory and the system's
+/// file cache allow, all of them interleaved in one run, and prints medians. Compare ratios within one run, not times
+/// between runs.
 ///
-/// What is saved and loaded is checked outside the timed part; a scene that comes back wrong ends the program
-/// with exit status 1.
+/// Every scene that is loaded is compared with the one that was saved, outside the timed part; one that came back
+/// different ends the program with exit status 1.
 
-#include <LumvoData/LumvoData.h>
+#include <Benchmarks/MemoryMeter.h>
+#include <Benchmarks/PlainFiles.h>
+#include <Benchmarks/Scenes.h>
 
-#include <benchmark/benchmark.h>
+#include <malloc.h>
 
-#include <cstddef>
-#include <cstdint>
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iostream>
-#include <map>
-#include <memory>
 #include <random>
-#include <set>
-#include <stdexcept>
-#include <string>
 #include <string_view>
 #include <system_error>
-#include <utility>
-#include <vector>
 
 namespace {
 
 using namespace Kelvra;
-using Node = std::shared_ptr<ASceneNode>;
+using Scenes::Digest;
+using Scenes::Require;
 namespace fs = std::filesystem;
 
-void Require(bool condition, const std::string& what)
-{
-    if (!condition)
-        throw std::runtime_error(what);
-}
+using OurRoot = Scenes::Root<Scenes::Ours>;
+using PlainRoot = Scenes::Root<Scenes::Model>;
 
 /// A folder for the files of one run, removed with all that is in it.
 class TemporaryFolder
@@ -62,9 +57,7 @@ private:
     fs::path m_Path;
 };
 
-// --- Files -----------------------------------------------------------------------------------------------
-
-void Save(Node root, const fs::path& path)
+void Save(const OurRoot& root, const fs::path& path)
 {
     ASceneSerializeContext context(path.wstring(), true);
     Require(context.Begin(), path.string() + ": cannot be created");
@@ -72,352 +65,317 @@ void Save(Node root, const fs::path& path)
     context.End();
 }
 
-Node Load(const fs::path& path)
+OurRoot Load(const fs::path& path, ASceneLoadObserver* observer = nullptr)
 {
     ASceneSerializeContext context(path.wstring(), false);
+    context.SetObserver(observer);
     Require(context.Begin(), path.string() + ": is no scene file");
-    Node root;
+    OurRoot root;
     context.Collector().ReadPtr<ASceneNode>(root, context);
     Require(context.GetBytesLeft() == 0, path.string() + ": not read to its end");
     context.End();
     return root;
 }
 
-struct Block
+double Seconds(const std::function<void()>& run)
 {
-    std::unique_ptr<char[]> bytes; // not a vector, which would fill them with zeros first
-    std::size_t size;
+    const auto start = std::chrono::steady_clock::now();
+    run();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double Median(std::vector<double> values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// One that stores scenes: how, and what its rounds took.
+struct Contestant
+{
+    std::string name;
+    std::function<void(const fs::path&)> save;
+    std::function<std::shared_ptr<void>(const fs::path&)> load;
+    std::function<Digest(const std::shared_ptr<void>&)> digest;
+    Digest saved;
+    std::vector<double> saving{}, loading{}, destroying{};
+    std::ptrdiff_t live = 0, peak = 0; // bytes in use after and while loading
 };
 
-using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-File OpenUnbuffered(const fs::path& path, const char* mode)
+template <class Root, class M>
+Contestant MakeContestant(std::string name, const Root& root, void (*save)(const Root&, const fs::path&),
+                          std::function<Root(const fs::path&)> load)
 {
-    File file(std::fopen(path.string().c_str(), mode), &std::fclose);
-    Require(file != nullptr, path.string() + ": cannot be opened");
-    std::setvbuf(file.get(), nullptr, _IONBF, 0);
-    return file;
-}
-
-Block ReadBlock(const fs::path& path)
-{
-    const auto size = static_cast<std::size_t>(fs::file_size(path));
-    Block block{std::unique_ptr<char[]>(new char[size]), size};
-    const File file = OpenUnbuffered(path, "rb");
-    Require(std::fread(block.bytes.get(), 1, size, file.get()) == size, path.string() + ": cannot be read");
-    return block;
-}
-
-void WriteBlock(const Block& block, const fs::path& path)
-{
-    File file = OpenUnbuffered(path, "wb");
-    Require(std::fwrite(block.bytes.get(), 1, block.size, file.get()) == block.size && std::fclose(file.release()) == 0,
-            path.string() + ": cannot be written");
-}
-
-// --- Scenes ----------------------------------------------------------------------------------------------
-
-AMath::Matrix4 Translation(double x, double y, double z)
-{
-    AMath::Matrix4 matrix = AMath::Matrix4::IDENTITY;
-    matrix[12] = x;
-    matrix[13] = y;
-    matrix[14] = z;
-    return matrix;
-}
-
-/// Meshes of 100,000 vertices with normals, texture coordinates and 200,000 triangles, one to a node.
-Node MakeMeshes(int count)
-{
-    constexpr std::size_t vertices = 100'000;
-    constexpr std::size_t indices = 600'000;
-    auto root = std::make_shared<AGroupSceneNode>();
-    for (int i = 0; i < count; ++i) {
-        auto mesh = std::make_shared<ASubMesh>();
-        const auto fill = [i](std::vector<float>& buffer, std::size_t size) {
-            buffer.resize(size);
-            for (std::size_t k = 0; k < size; ++k)
-                buffer[k] = static_cast<float>(k) + static_cast<float>(i) * 0.25F;
-        };
-        fill(mesh->VertexBuffer(), 3 * vertices);
-        fill(mesh->NormalBuffer(), 3 * vertices);
-        fill(mesh->TexCoordBuffer(), 2 * vertices);
-        mesh->IndexBuffer().resize(indices);
-        for (std::size_t k = 0; k < indices; ++k)
-            mesh->IndexBuffer()[k] = static_cast<unsigned>((k + static_cast<std::size_t>(i)) % vertices);
-        auto entity = std::make_shared<AMeshEntity>();
-        entity->SetItem(mesh);
-        auto node = std::make_shared<AEntitySceneNode>();
-        node->SetId(i);
-        node->SetEntity(entity);
-        root->AddChildNode(node);
-    }
-    return root;
-}
-
-const ASubMesh& MeshOf(const Node& node)
-{
-    const auto entityNode = std::dynamic_pointer_cast<AEntitySceneNode>(node);
-    Require(entityNode != nullptr, "an entity node was lost");
-    const auto entity = std::dynamic_pointer_cast<AMeshEntity>(entityNode->GetEntity());
-    Require(entity && entity->GetItem(), "a mesh was lost");
-    return *entity->GetItem();
-}
-
-const AGroupSceneNode& AsGroup(const Node& node)
-{
-    const auto* const group = dynamic_cast<const AGroupSceneNode*>(node.get());
-    Require(group != nullptr, "a group was lost");
-    return *group;
-}
-
-void CheckMeshes(const Node& made, const Node& loaded, int count)
-{
-    const auto& expected = AsGroup(made).GetChildNodes();
-    const auto& found = AsGroup(loaded).GetChildNodes();
-    Require(AsGroup(loaded).GetChildCount() == count, "meshes: another number came back");
-    for (auto e = expected.begin(), f = found.begin(); e != expected.end(); ++e, ++f) {
-        const ASubMesh& a = MeshOf(*e);
-        const ASubMesh& b = MeshOf(*f);
-        Require(a.VertexBuffer() == b.VertexBuffer() && a.IndexBuffer() == b.IndexBuffer() &&
-                    a.NormalBuffer() == b.NormalBuffer() && a.TexCoordBuffer() == b.TexCoordBuffer(),
-                "meshes: a buffer came back changed");
-    }
-}
-
-constexpr int NodesOfGroup = 200;
-constexpr int SharedStyles = 16;
-constexpr int SharedMeshes = 500;
-
-/// Entity nodes, 200 to a group, each with its own transform and box, that share 16 styles and 500 cubes.
-Node MakeNodes(int count)
-{
-    std::vector<std::shared_ptr<ANodeStyle>> styles;
-    for (int i = 0; i < SharedStyles / 2; ++i) {
-        styles.push_back(std::make_shared<AFaceStyle>());
-        styles.push_back(std::make_shared<ALineStyle>(static_cast<float>(i), AMath::ColourValue::Red));
-    }
-    std::vector<std::shared_ptr<AMeshEntity>> entities;
-    for (int i = 0; i < SharedMeshes; ++i) {
-        auto cube = std::make_shared<ASubMesh>();
-        cube->VertexBuffer().assign(8 * 3, static_cast<float>(i));
-        cube->IndexBuffer().assign(12 * 3, 7U);
-        entities.push_back(std::make_shared<AMeshEntity>());
-        entities.back()->SetItem(cube);
-        entities.back()->SetBBox({AMath::Vector3::ZERO, {1.0, 1.0, static_cast<double>(i)}});
-    }
-    auto root = std::make_shared<AGroupSceneNode>();
-    for (int i = 0; i < count;) {
-        auto group = std::make_shared<AGroupSceneNode>();
-        for (const int end = i + NodesOfGroup; i < end; ++i) {
-            auto node = std::make_shared<AEntitySceneNode>();
-            node->SetId(i);
-            node->SetTransform(Translation(i, 2.0 * i, 3.0 * i));
-            node->SetEntity(entities[static_cast<std::size_t>(i % SharedMeshes)]);
-            node->SetStyle(StyleFace, styles[static_cast<std::size_t>(2 * i % SharedStyles)]);
-            node->SetStyle(StyleEdge, styles[static_cast<std::size_t>((2 * i + 1) % SharedStyles)]);
-            group->AddChildNode(node);
-        }
-        root->AddChildNode(group);
-    }
-    return root;
-}
-
-void CheckNodes(const Node&, const Node& loaded, int count)
-{
-    std::map<int, const void*> styles;   // by the number that the scene was made with
-    std::map<int, const void*> entities; // likewise
-    std::set<const void*> distinct;
-    int next = 0;
-    const auto same = [&](std::map<int, const void*>& known, int number, const void* object) {
-        distinct.insert(object);
-        return object != nullptr && known.emplace(number, object).first->second == object;
+    const auto digest = [](const std::shared_ptr<void>& loaded) {
+        return Scenes::Digester<M>::Of(std::static_pointer_cast<typename M::Node>(loaded));
     };
-    for (const Node& group : AsGroup(loaded).GetChildNodes()) {
-        for (const Node& child : AsGroup(group).GetChildNodes()) {
-            const auto* const node = dynamic_cast<const AEntitySceneNode*>(child.get());
-            Require(node != nullptr && node->GetId() == next, "nodes: lost or out of order");
-            Require(node->GetTransform()[14] == 3.0 * next, "nodes: a transform came back changed");
-            Require(same(entities, next % SharedMeshes, node->GetEntity().get()) &&
-                        same(styles, 2 * next % SharedStyles, node->GetStyle(StyleFace).get()) &&
-                        same(styles, (2 * next + 1) % SharedStyles, node->GetStyle(StyleEdge).get()),
-                    "nodes: what was shared is not shared any more");
-            ++next;
-        }
-    }
-    Require(next == count, "nodes: another number came back");
-    Require(distinct.size() == SharedStyles + SharedMeshes, "nodes: other objects are shared than were");
+    return {std::move(name), [root, save](const fs::path& path) { save(root, path); }, std::move(load), digest,
+            digest(root)};
 }
 
-/// Texts of 24 characters in one list.
-Node MakeTexts(int count)
+/// A load, and the memory that it takes.
+void MeasureMemory(Contestant& contestant, const fs::path& file)
 {
-    auto list = std::make_shared<ATextListEntity>();
-    for (int i = 0; i < count; ++i) {
-        auto text = std::make_shared<ASubText>();
-        const std::wstring number = std::to_wstring(i);
-        text->SetText(std::wstring(24 - number.size(), L'#') + number);
-        text->SetPosition({1.0 * i, 2.0 * i, 3.0 * i});
-        list->AddItem(text);
-    }
-    auto root = std::make_shared<AEntitySceneNode>();
-    root->SetEntity(list);
-    return root;
+    const MemoryMeter meter;
+    const std::shared_ptr<void> loaded = contestant.load(file);
+    contestant.live = meter.Live();
+    contestant.peak = meter.Peak();
 }
 
-const ATextListEntity& TextsOf(const Node& root)
+void Round(Contestant& contestant, const fs::path& file)
 {
-    const auto* const node = dynamic_cast<const AEntitySceneNode*>(root.get());
-    const auto* const list = node == nullptr ? nullptr : dynamic_cast<const ATextListEntity*>(node->GetEntity().get());
-    Require(list != nullptr, "the list of texts was lost");
-    return *list;
+    fs::remove(file);
+    contestant.saving.push_back(Seconds([&] { contestant.save(file); }));
+    malloc_trim(0); // everyone starts to load with as little memory as the others
+    std::shared_ptr<void> loaded;
+    contestant.loading.push_back(Seconds([&] { loaded = contestant.load(file); }));
+    Require(contestant.digest(loaded) == contestant.saved, contestant.name + ": another scene came back");
+    contestant.destroying.push_back(Seconds([&] { loaded.reset(); }));
 }
 
-void CheckTexts(const Node& made, const Node& loaded, int count)
-{
-    const auto& expected = TextsOf(made).GetItems();
-    const auto& found = TextsOf(loaded).GetItems();
-    Require(found.size() == static_cast<std::size_t>(count), "texts: another number came back");
-    for (auto e = expected.begin(), f = found.begin(); e != expected.end(); ++e, ++f)
-        Require((*e)->GetText() == (*f)->GetText() && (*e)->GetPosition() == (*f)->GetPosition(),
-                "texts: one came back changed");
-}
-
-// --- Benchmarks ------------------------------------------------------------------------------------------
-
-struct Kind
+struct Workload
 {
     const char* name;
-    int small;
-    int large;
-    Node (*make)(int count);
-    void (*check)(const Node& made, const Node& loaded, int count);
-    std::int64_t (*objects)(int count); // how many a file holds
-};
-
-const Kind s_Kinds[] = {
-    {"Meshes", 1, 64, MakeMeshes, CheckMeshes, [](int count) { return std::int64_t{1} + 3 * count; }},
-    {"Nodes", 2'000, 200'000, MakeNodes, CheckNodes,
-     [](int count) { return std::int64_t{1} + count / NodesOfGroup + count + SharedStyles + 2 * SharedMeshes; }},
-    {"Texts", 2'000, 200'000, MakeTexts, CheckTexts, [](int count) { return std::int64_t{2} + count; }},
-};
-
-/// A scene and the file that it was saved into.
-struct Scene
-{
-    const Kind& kind;
     int count;
-    Node root;
-    fs::path file;
-    std::int64_t bytes;
+    int small;
+    OurRoot (*ours)(int count);
+    PlainRoot (*plain)(int count);
 };
 
-/// The scene of that kind and size, made, saved and checked on first use and kept for the rest of the run.
-const Scene& SceneOf(const Kind& kind, int count, const fs::path& folder)
+const Workload s_Workloads[] = {
+    {"W1 big buffers", 64, 2, Scenes::MakeMeshes<Scenes::Ours>, Scenes::MakeMeshes<Scenes::Model>},
+    {"W2 many small objects", 200'000, 2'000, Scenes::MakeNodes<Scenes::Ours>, Scenes::MakeNodes<Scenes::Model>},
+    {"W3 texts", 200'000, 2'000, Scenes::MakeTexts<Scenes::Ours>, Scenes::MakeTexts<Scenes::Model>},
+};
+
+std::vector<Contestant> Contestants(const Workload& workload, int count)
 {
-    static std::map<std::string, Scene> s_Scenes;
-    const std::string name = std::string(kind.name) + std::to_string(count);
-    const auto known = s_Scenes.find(name);
-    if (known != s_Scenes.end())
-        return known->second;
-    Scene scene{kind, count, kind.make(count), folder / (name + ".scene"), 0};
-    Save(scene.root, scene.file);
-    kind.check(scene.root, Load(scene.file), count);
-    scene.bytes = static_cast<std::int64_t>(fs::file_size(scene.file));
-    return s_Scenes.emplace(name, std::move(scene)).first->second;
+    const OurRoot ours = workload.ours(count);
+    const PlainRoot plain = workload.plain(count);
+    Limit::Prepare(plain);
+    std::vector<Contestant> contestants;
+    contestants.push_back(MakeContestant<PlainRoot, Scenes::Model>("limit", plain, Limit::Save, Limit::Load));
+    contestants.push_back(MakeContestant<OurRoot, Scenes::Ours>("LumvoData", ours, Save,
+                                                                [](const fs::path& path) { return Load(path); }));
+#if defined(BENCHMARK_CEREAL)
+    contestants.push_back(MakeContestant<PlainRoot, Scenes::Model>("cereal", plain, Cereal::Save, Cereal::Load));
+#endif
+#if defined(BENCHMARK_BOOST)
+    contestants.push_back(MakeContestant<PlainRoot, Scenes::Model>("Boost", plain, Boost::Save, Boost::Load));
+#endif
+    return contestants;
 }
 
-void CountFile(benchmark::State& state, const Scene& scene)
+void Compare(const Workload& workload, int count, int rounds, const fs::path& folder)
 {
-    state.SetBytesProcessed(state.iterations() * scene.bytes);
-    state.SetItemsProcessed(state.iterations() * scene.kind.objects(scene.count));
-}
-
-/// Times `write`, which makes the file anew each time, and compares the last file with the scene's own.
-void TimeWriting(benchmark::State& state, const Scene& scene, const std::function<void(const fs::path&)>& write)
-{
-    const fs::path file = scene.file.parent_path() / "written.scene";
-    for ([[maybe_unused]] auto iteration : state) {
-        state.PauseTiming();
-        fs::remove(file);
-        state.ResumeTiming();
-        write(file);
+    const fs::path file = folder / "scene";
+    std::vector<Contestant> contestants = Contestants(workload, count);
+    for (int i = 0; i < rounds; ++i) {
+        for (Contestant& contestant : contestants)
+            Round(contestant, file);
+        std::rotate(contestants.begin(), contestants.begin() + 1, contestants.end());
     }
-    const Block expected = ReadBlock(scene.file);
-    const Block written = ReadBlock(file);
-    Require(std::string_view(expected.bytes.get(), expected.size) ==
-                std::string_view(written.bytes.get(), written.size),
-            "the same scene gave other bytes");
-    fs::remove(file);
-    CountFile(state, scene);
-}
-
-/// Times `make`, without the time that it takes to free what was made, and hands the last result to `check`.
-template <class Make, class Check> void TimeMaking(benchmark::State& state, const Scene& scene, Make make, Check check)
-{
-    decltype(make()) made{};
-    for ([[maybe_unused]] auto iteration : state) {
-        state.PauseTiming();
-        made = {};
-        state.ResumeTiming();
-        made = make();
-        benchmark::DoNotOptimize(made);
+    for (Contestant& contestant : contestants) {
+        contestant.save(file);
+        MeasureMemory(contestant, file);
     }
-    check(made);
-    CountFile(state, scene);
+    const auto limit = std::find_if(contestants.begin(), contestants.end(),
+                                    [](const Contestant& contestant) { return contestant.name == "limit"; });
+    std::rotate(contestants.begin(), limit, contestants.end());
+    std::printf("\n%s: %d, %zu objects\n%-12s %10s %8s %10s %8s %11s %12s %12s\n", workload.name, count,
+                contestants.front().saved.objects, "", "save ms", "x limit", "load ms", "x limit", "destroy ms",
+                "loaded MB", "peak over");
+    const double save = Median(contestants.front().saving);
+    const double load = Median(contestants.front().loading);
+    for (const Contestant& contestant : contestants)
+        std::printf("%-12s %10.2f %8.2f %10.2f %8.2f %11.2f %12.2f %9.2f MB\n", contestant.name.c_str(),
+                    1e3 * Median(contestant.saving), Median(contestant.saving) / save, 1e3 * Median(contestant.loading),
+                    Median(contestant.loading) / load, 1e3 * Median(contestant.destroying),
+                    1e-6 * static_cast<double>(contestant.live),
+                    1e-6 * static_cast<double>(contestant.peak - contestant.live));
 }
 
-void Register(const Kind& kind, int count, const fs::path& folder)
+// --- Cost per object -------------------------------------------------------------------------------------
+
+/// Remembers where the keys of a file stand.
+class KeyOffsets : public ASceneLoadObserver
 {
-    const auto add = [&](const char* what, auto run) {
-        const std::string name = std::string(what) + '/' + kind.name + '/' + std::to_string(count);
-        const auto timed = [&kind, count, folder, run](benchmark::State& state) {
-            run(state, SceneOf(kind, count, folder));
+public:
+    void OnReference(std::int32_t, std::uint64_t offset) override { offsets.push_back(offset); }
+    void OnObjectBegin(const AObject&, std::uint64_t, std::uint64_t) override {}
+    void OnObjectEnd(const AObject&, std::uint64_t) override {}
+
+    std::vector<std::uint64_t> offsets;
+};
+
+/// Gives every object of a file another key, so that keys come in no order: an odd factor maps the nonzero 32-bit
+/// numbers onto themselves.
+void ScatterKeys(const fs::path& file)
+{
+    KeyOffsets keys;
+    Load(file, &keys);
+    std::vector<char> bytes(static_cast<std::size_t>(fs::file_size(file)));
+    std::ifstream(file, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    for (const std::uint64_t offset : keys.offsets) {
+        std::uint32_t key = 0;
+        std::memcpy(&key, bytes.data() + offset, sizeof key);
+        key *= 0x9E3779B1;
+        std::memcpy(bytes.data() + offset, &key, sizeof key);
+    }
+    std::ofstream(file, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+struct Shape
+{
+    const char* name;
+    OurRoot (*make)(int count);
+};
+
+const Shape s_Shapes[] = {
+    {"nodes", Scenes::MakeNodes<Scenes::Ours>},
+    {"deep", Scenes::MakeDeep<Scenes::Ours>},
+    {"wide", Scenes::MakeWide<Scenes::Ours>},
+    {"shared", Scenes::MakeShared<Scenes::Ours>},
+};
+
+/// Nanoseconds per object: the median over as many runs as make up about a million objects, but at least three.
+double PerObject(std::size_t objects, const std::function<double()>& seconds)
+{
+    std::vector<double> values;
+    for (std::size_t done = 0; done < 1'000'000 || values.size() < 3; done += objects)
+        values.push_back(1e9 * seconds() / static_cast<double>(objects));
+    return Median(values);
+}
+
+void Scale(const Shape& shape, const std::vector<int>& counts, const fs::path& folder)
+{
+    const fs::path file = folder / "scene";
+    for (const int count : counts) {
+        OurRoot root = shape.make(count);
+        const Digest expected = Scenes::Digester<Scenes::Ours>::Of(root);
+        const double saving = PerObject(expected.objects, [&] {
+            fs::remove(file);
+            return Seconds([&] { Save(root, file); });
+        });
+        root.reset();
+        double destroying = 0;
+        const auto loading = [&] {
+            return PerObject(expected.objects, [&] {
+                OurRoot loaded;
+                const double seconds = Seconds([&] { loaded = Load(file); });
+                destroying = Seconds([&] { loaded.reset(); });
+                return seconds;
+            });
         };
-        benchmark::RegisterBenchmark(name.c_str(), timed)->UseRealTime()->Unit(benchmark::kMillisecond);
+        const double inOrder = loading();
+        ScatterKeys(file);
+        const double scattered = loading();
+        Require(Scenes::Digester<Scenes::Ours>::Of(Load(file)) == expected, "another scene came back");
+        std::printf("%-8s %10zu %10.0f %10.0f %14.0f %10.0f\n", shape.name, expected.objects, saving, inOrder,
+                    scattered, 1e9 * destroying / static_cast<double>(expected.objects));
+    }
+}
+
+/// A file of one small group, opened, read and closed.
+void OpenTiny(const fs::path& folder)
+{
+    const fs::path file = folder / "tiny";
+    Save(std::make_shared<AGroupSceneNode>(), file);
+    std::vector<double> ours, system;
+    char bytes[1024];
+    for (int i = 0; i < 2'000; ++i) {
+        ours.push_back(Seconds([&] { Load(file); }));
+        system.push_back(Seconds([&] {
+            std::FILE* const stream = std::fopen(file.c_str(), "rb");
+            std::setvbuf(stream, nullptr, _IONBF, 0);
+            Require(std::fread(bytes, 1, sizeof bytes, stream) > 0, "the tiny file cannot be read");
+            std::fclose(stream);
+        }));
+    }
+    std::printf("\nOpening a file of %zu bytes: %.1f us, of which the system's part %.1f us\n",
+                static_cast<std::size_t>(fs::file_size(file)), 1e6 * Median(ours), 1e6 * Median(system));
+}
+
+/// Makes and saves a small scene, and saves or loads it once more if asked: the difference is what a tool that counts
+/// instructions wants to know.
+void RunOnce(const Workload& workload, std::string_view again, const fs::path& folder)
+{
+    const fs::path file = folder / "scene";
+    const OurRoot root = workload.ours(workload.small);
+    Save(root, file);
+    if (again == "save")
+        Save(root, file);
+    else if (again == "load")
+        Load(file);
+}
+
+constexpr const char* s_Usage = R"(Usage: SceneFileBenchmark [--small] [compare [W1|W2|W3]] [scale] [tiny]
+       SceneFileBenchmark once W1|W2|W3 [save|load]
+
+compare  save, load and destroy scenes beside the peers and the limit
+scale    cost per object from 1,000 to 2,000,000 objects
+tiny     open a tiny file
+once     save a small scene, and save or load it once more, for tools that count instructions
+--small  a few thousand objects at most and three rounds
+Without a word about what to do, everything but "once" is done.
+)";
+
+int Run(std::vector<std::string_view> arguments)
+{
+    const auto take = [&](std::string_view argument) {
+        const auto found = std::find(arguments.begin(), arguments.end(), argument);
+        const bool given = found != arguments.end();
+        if (given)
+            arguments.erase(found);
+        return given;
     };
-    add("Save", [](benchmark::State& state, const Scene& scene) {
-        TimeWriting(state, scene, [&](const fs::path& file) { Save(scene.root, file); });
+    const bool small = take("--small");
+    const bool once = take("once");
+    bool compare = take("compare");
+    bool scale = take("scale");
+    bool tiny = take("tiny");
+    if (!once && !compare && !scale && !tiny)
+        compare = scale = tiny = true;
+    const std::string_view again = take("save") ? "save" : take("load") ? "load" : "";
+    std::vector<Workload> workloads;
+    for (const Workload& workload : s_Workloads)
+        if (take(std::string_view(workload.name, 2)))
+            workloads.push_back(workload);
+    if (workloads.empty())
+        workloads.assign(std::begin(s_Workloads), std::end(s_Workloads));
+    if (!arguments.empty()) {
+        std::cerr << s_Usage;
+        return 2;
+    }
+
+    const TemporaryFolder folder;
+    const KvAssertScope strict([](const KvReport& report) {
+        throw std::runtime_error("reported while loading: " + KvText::ToUtf8(report.message));
     });
-    add("SaveLimitWriteBlock", [](benchmark::State& state, const Scene& scene) {
-        const Block block = ReadBlock(scene.file);
-        TimeWriting(state, scene, [&](const fs::path& file) { WriteBlock(block, file); });
-    });
-    add("Load", [](benchmark::State& state, const Scene& scene) {
-        TimeMaking(
-            state, scene, [&] { return Load(scene.file); },
-            [&](const Node& loaded) { scene.kind.check(scene.root, loaded, scene.count); });
-    });
-    add("LoadLimitReadBlock", [](benchmark::State& state, const Scene& scene) {
-        TimeMaking(
-            state, scene, [&] { return ReadBlock(scene.file); },
-            [&](const Block& block) { Require(block.size > 0, "nothing was read"); });
-    });
-    if (kind.make == MakeMeshes)
-        return; // a few large objects: the bytes are the limit
-    add("LoadLimitMakeObjects", [](benchmark::State& state, const Scene& scene) {
-        TimeMaking(
-            state, scene, [&] { return scene.kind.make(scene.count); },
-            [&](const Node& made) { scene.kind.check(scene.root, made, scene.count); });
-    });
+    for (const Workload& workload : workloads) {
+        if (once)
+            RunOnce(workload, again, folder.Path());
+        if (compare)
+            Compare(workload, small ? workload.small : workload.count, small ? 3 : 9, folder.Path());
+    }
+    if (scale) {
+        std::printf("\nNanoseconds per object\n%-8s %10s %10s %10s %14s %10s\n", "shape", "objects", "save", "load",
+                    "keys scattered", "destroy");
+        for (const Shape& shape : s_Shapes)
+            Scale(shape, small ? std::vector<int>{1'000} : std::vector<int>{1'000, 30'000, 200'000, 2'000'000},
+                  folder.Path());
+    }
+    if (tiny)
+        OpenTiny(folder.Path());
+    return 0;
 }
 } // namespace
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 2;
     try {
-        const TemporaryFolder folder;
-        const KvAssertScope strict([](const KvReport& report) {
-            throw std::runtime_error("reported while loading: " + KvText::ToUtf8(report.message));
-        });
-        for (const Kind& kind : s_Kinds) {
-            Register(kind, kind.small, folder.Path());
-            Register(kind, kind.large, folder.Path());
-        }
-        return benchmark::RunSpecifiedBenchmarks() > 0 ? 0 : 1;
+        return Run({argv + 1, argv + argc});
     } catch (const std::exception& error) {
         std::cerr << error.what() << '\n';
         return 1;
