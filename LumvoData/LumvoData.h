@@ -4,6 +4,7 @@
 /// Everything a user of the scene-data library needs.
 
 #include <LumvoData/Contracts/Host/CFile.h>
+#include <LumvoData/Contracts/Host/HostMemory.h>
 #include <LumvoData/Contracts/KelvraData/AClassFactory.h>
 #include <LumvoData/Contracts/KelvraData/AClassId.h>
 #include <LumvoData/Contracts/KelvraData/AIStreamXML.h>

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <LumvoData/Contracts/Host/HostMemory.h>
 #include <LumvoData/Serialize/ASceneSerializeContext.h>
 
 #include <algorithm>
@@ -25,17 +26,18 @@ template <class Container> void ReadElements(Container& elements, std::int32_t c
 {
     constexpr std::size_t size = sizeof(typename Container::value_type);
     const auto total = static_cast<std::size_t>(count);
-    if (total > context.GetBytesLeft() / size) {
-        if (total > MissingElementsLimit / size)
-            throw std::length_error("a count of " + std::to_string(count) + " elements of " + std::to_string(size) +
-                                    " bytes before byte " + std::to_string(context.GetPosition()) +
-                                    " reaches beyond the end of the file");
+    const bool missing = total > context.GetBytesLeft() / size;
+    if (missing && total > MissingElementsLimit / size)
+        throw std::length_error("a count of " + std::to_string(count) + " elements of " + std::to_string(size) +
+                                " bytes before byte " + std::to_string(context.GetPosition()) +
+                                " reaches beyond the end of the file");
+    if (missing || total <= ElementBlockSize / size) {
         elements.resize(total);
         context.Read(elements.data(), static_cast<int>(total * size));
         return;
     }
-    elements.clear();
     elements.reserve(total);
+    PrefaultMemory(elements.data(), total * size);
     for (std::size_t done = 0; done < total;) {
         const std::size_t block = std::min(total - done, ElementBlockSize / size);
         elements.resize(done + block);

@@ -21,11 +21,11 @@ using FileTest = SceneFileTest;
 TEST_F(FileTest, IsWrittenAndReadInPiecesOfAnySize)
 {
     std::string all;
-    for (unsigned i = 0; i < 200'000; ++i)
+    for (unsigned i = 0; i < 600'000; ++i)
         all += static_cast<char>(static_cast<unsigned char>(i * 7 + i / 251));
-    for (const std::size_t size : {200'000U, 65537U, 65536U, 65535U, 1U, 0U})
+    for (const std::size_t size : {600'000U, 262'145U, 262'144U, 262'143U, 65537U, 65536U, 65535U, 1U, 0U})
         for (const std::vector<std::size_t>& pieces :
-             {std::vector<std::size_t>{17, 65519, 3}, {65536}, {65537, 1}, {1000, 0}, {300'000}}) {
+             {std::vector<std::size_t>{17, 65519, 3}, {65536}, {65537, 1}, {1000, 0}, {5, 100'000}, {300'000}}) {
             const std::string data = all.substr(0, size);
             CFile file;
             ASSERT_TRUE(file.Open(FileName(), s_Create));

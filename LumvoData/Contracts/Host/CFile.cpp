@@ -74,8 +74,12 @@ bool CFile::Open(const std::wstring& fileName, unsigned flags)
         return false;
     }
     std::setvbuf(m_File, nullptr, _IONBF, 0); // one buffer is enough, and ours knows its position
-    if (!m_Buffer)
-        m_Buffer.reset(new char[s_BufferSize]); // not make_unique, which would fill it with zeros
+    const std::size_t capacity = writing || size > s_DirectSize ? s_BufferSize : s_DirectSize;
+    if (m_Capacity < capacity) {
+        m_Buffer.reset(static_cast<char*>(::operator new (capacity, std::align_val_t{s_PageSize})));
+        m_Capacity = capacity;
+    }
+    m_NextFill = s_PageSize;
     m_Writing = m_Writable = writing;
     m_Size = size;
     m_Used = m_Filled = 0;
@@ -95,12 +99,15 @@ std::size_t CFile::ReadBeyondBuffer(void* data, std::size_t count)
         return buffered;
 
     std::size_t done = buffered;
-    if (count - done >= s_BufferSize) {
+    if (count - done >= s_DirectSize) {
         const std::size_t direct = ReadFromSystem(bytes + done, count - done);
         m_BufferStart += direct;
+        m_NextFill = s_PageSize;
         done += direct;
     } else {
-        m_Filled = ReadFromSystem(m_Buffer.get(), s_BufferSize);
+        // Small at first, because what follows a large block may be the next one, which is better read directly.
+        m_Filled = ReadFromSystem(m_Buffer.get(), std::max(m_NextFill, count - done));
+        m_NextFill = std::min(2 * m_NextFill, m_Capacity);
         m_Used = std::min(count - done, m_Filled);
         std::memcpy(bytes + done, m_Buffer.get(), m_Used);
         done += m_Used;
@@ -117,18 +124,23 @@ void CFile::WriteBeyondBuffer(const void* data, std::size_t count)
             m_Error = std::make_error_code(std::errc::bad_file_descriptor);
         Fail("cannot write");
     }
-    const char* const bytes = static_cast<const char*>(data);
-    const std::size_t fits = std::min(count, s_BufferSize - m_Used);
-    std::memcpy(m_Buffer.get() + m_Used, bytes, fits);
-    m_Used += fits;
+    const char* bytes = static_cast<const char*>(data);
+    const auto fill = [&](std::size_t size) {
+        std::memcpy(m_Buffer.get() + m_Used, bytes, size);
+        m_Used += size;
+        bytes += size;
+        count -= size;
+    };
+    // Up to a page boundary, so that the next write begins at one.
+    fill(count < s_DirectSize ? s_BufferSize - m_Used : (s_BufferSize - m_Used) % s_PageSize);
     WriteToSystem(m_Buffer.get(), std::exchange(m_Used, 0));
-    const std::size_t rest = count - fits;
-    if (rest >= s_BufferSize)
-        WriteToSystem(bytes + fits, rest);
-    else {
-        std::memcpy(m_Buffer.get(), bytes + fits, rest);
-        m_Used = rest;
+    if (count >= s_DirectSize - s_PageSize) {
+        const std::size_t direct = count - count % s_PageSize;
+        WriteToSystem(bytes, direct);
+        bytes += direct;
+        count -= direct;
     }
+    fill(count);
 }
 
 std::size_t CFile::ReadFromSystem(void* data, std::size_t count)

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <system_error>
 
@@ -56,7 +57,7 @@ public:
             return ReadBeyondBuffer(data, count);
         if (count == 0) // a file that was never opened has no buffer
             return 0;
-        std::memcpy(data, m_Buffer.get() + m_Used, count);
+        Copy(data, m_Buffer.get() + m_Used, count);
         m_Used += count;
         return count;
     }
@@ -64,11 +65,11 @@ public:
     /// Writes `count` bytes.
     void Write(const void* data, std::size_t count)
     {
-        if (!m_Writable || count > s_BufferSize - m_Used)
+        if (!m_Writable || count >= s_DirectSize || count > s_BufferSize - m_Used)
             return WriteBeyondBuffer(data, count);
         if (count == 0)
             return;
-        std::memcpy(m_Buffer.get() + m_Used, data, count);
+        Copy(m_Buffer.get() + m_Used, data, count);
         m_Used += count;
     }
 
@@ -86,7 +87,24 @@ public:
     void Close();
 
 private:
-    static constexpr std::size_t s_BufferSize = std::size_t{64} * 1024;
+    // The system copies fastest where the buffer and what is written to the file begin at a page.
+    static constexpr std::size_t s_PageSize = 4096;
+    static constexpr std::size_t s_BufferSize = 64 * s_PageSize;
+    static constexpr std::size_t s_DirectSize = 16 * s_PageSize; // blocks from here on go past the buffer
+
+    struct AlignedDelete
+    {
+        void operator()(char* memory) const noexcept { ::operator delete (memory, std::align_val_t{s_PageSize}); }
+    };
+
+    /// Most transfers are single numbers, which need no call.
+    static void Copy(void* to, const void* from, std::size_t count) noexcept
+    {
+        if (count == 4)
+            std::memcpy(to, from, 4);
+        else
+            std::memcpy(to, from, count);
+    }
 
     std::size_t ReadBeyondBuffer(void* data, std::size_t count);
     void WriteBeyondBuffer(const void* data, std::size_t count);
@@ -95,7 +113,9 @@ private:
     bool PutToSystem(const void* data, std::size_t count) noexcept;
     [[noreturn]] void Fail(const char* action) const;
 
-    std::unique_ptr<char[]> m_Buffer;
+    std::unique_ptr<char[], AlignedDelete> m_Buffer;
+    std::size_t m_Capacity = 0;      // bytes that the buffer has room for
+    std::size_t m_NextFill = 0;      // bytes that the buffer takes from the file next
     std::size_t m_Used = 0;          // bytes of the buffer that were read, or that wait to be written
     std::size_t m_Filled = 0;        // bytes of the buffer that came from the file; 0 when writing
     std::uint64_t m_BufferStart = 0; // offset in the file of the buffer's first byte
