@@ -45,10 +45,11 @@ public:
             return box.isInfinite();
         const AMath::Vector3 centre = box.getCenter();
         const AMath::Vector3 halfSize = box.getHalfSize();
+        // Every plane is asked: which one a box fails at cannot be foretold, and a wrong guess costs more than four tests.
+        bool outside = false;
         for (int i = FrustumLeft; i <= FrustumBottom; ++i)
-            if (m_Planes[i].getSide(centre, halfSize) == AMath::Plane::NEGATIVE_SIDE)
-                return false;
-        return true;
+            outside |= m_Planes[i].getSide(centre, halfSize) == AMath::Plane::NEGATIVE_SIDE;
+        return !outside;
     }
     /// False when the point lies outside one of the four side planes.
     [[nodiscard]] bool IsVisible(const AMath::Vector3& point) const noexcept

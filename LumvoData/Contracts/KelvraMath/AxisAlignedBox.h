@@ -71,10 +71,9 @@ inline constexpr AxisAlignedBox AxisAlignedBox::BOX_NULL{};
 
 inline void AxisAlignedBox::merge(const AxisAlignedBox& b) noexcept
 {
-    if (b.isNull() || isInfinite())
-        return;
-    if (isNull() || b.isInfinite()) {
-        *this = b;
+    if (!isFinite() || !b.isFinite()) {
+        if (!b.isNull() && !isInfinite())
+            *this = b;
         return;
     }
     m_Minimum = {std::min(m_Minimum.x, b.m_Minimum.x), std::min(m_Minimum.y, b.m_Minimum.y),
@@ -89,18 +88,15 @@ inline void AxisAlignedBox::transform(const Matrix4& m) noexcept
         return;
     // The corners' coordinates along one axis differ only in which end of each edge they take, and rounded
     // sums keep the order of their terms: the smallest terms give the smallest corner, bit for bit.
-    const auto map = [&](std::size_t axis, double& low, double& high) {
+    double low[3], high[3];
+    for (std::size_t axis = 0; axis < 3; ++axis) {
         const double x0 = m_Minimum.x * m[axis], x1 = m_Maximum.x * m[axis];
         const double y0 = m_Minimum.y * m[axis + 4], y1 = m_Maximum.y * m[axis + 4];
         const double z0 = m_Minimum.z * m[axis + 8], z1 = m_Maximum.z * m[axis + 8];
-        low = std::min(x0, x1) + std::min(y0, y1) + std::min(z0, z1) + m[axis + 12];
-        high = std::max(x0, x1) + std::max(y0, y1) + std::max(z0, z1) + m[axis + 12];
-    };
-    Vector3 low, high;
-    map(0, low.x, high.x);
-    map(1, low.y, high.y);
-    map(2, low.z, high.z);
-    m_Minimum = low;
-    m_Maximum = high;
+        low[axis] = std::min(x0, x1) + std::min(y0, y1) + std::min(z0, z1) + m[axis + 12];
+        high[axis] = std::max(x0, x1) + std::max(y0, y1) + std::max(z0, z1) + m[axis + 12];
+    }
+    m_Minimum = {low[0], low[1], low[2]};
+    m_Maximum = {high[0], high[1], high[2]};
 }
 } // namespace AMath
