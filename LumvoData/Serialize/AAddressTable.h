@@ -2,58 +2,109 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <utility>
+#include <functional>
+#include <map>
 #include <vector>
 
 namespace Kelvra {
 
-/// A hash table from the address of an object to its reference key; open addressing, at most half full.
-class AAddressTable
+/// The values that were added to it, each with its place: 1 for the first, 2 for the second.
+///
+/// A hash table of places, at most half full. A value is sought in a few neighbouring slots; where those are taken it is
+/// kept in an ordered map, so that no choice of values, as a hostile file may make it, costs more than the map does.
+template <class Value> class TPlaceTable
 {
 public:
-    /// The key of the object at `address`, 0 where it has none yet; valid until the next call.
-    std::uint32_t& KeyOf(const void* address)
+    /// The place of a value, 0 where it was not added.
+    [[nodiscard]] std::uint32_t Find(Value value) const
     {
-        if (2 * m_Count >= m_Slots.size())
-            Grow();
-        Slot& slot = SlotOf(address);
-        if (slot.address == nullptr) {
-            slot.address = address;
-            ++m_Count;
+        if (m_Slots.empty())
+            return 0;
+        const std::size_t home = Home(value);
+        for (std::size_t i = home; i < home + s_Neighbours; ++i) {
+            const Slot& slot = m_Slots[i];
+            if (slot.place == 0)
+                return 0;
+            if (slot.tag == Tag(value) && m_Values[slot.place - 1] == value)
+                return slot.place;
         }
-        return slot.key;
+        const auto found = m_Crowded.find(value);
+        return found == m_Crowded.end() ? 0 : found->second;
+    }
+
+    /// Adds a value that was not added before.
+    /// \returns its place.
+    std::uint32_t Add(Value value)
+    {
+        m_Values.push_back(value);
+        const auto place = static_cast<std::uint32_t>(m_Values.size());
+        if (2 * m_Values.size() > m_Slots.size())
+            Grow();
+        else
+            Settle(place);
+        return place;
     }
 
 private:
+    static constexpr std::size_t s_Neighbours = 16;
+
     struct Slot
     {
-        const void* address = nullptr;
-        std::uint32_t key = 0;
+        std::uint32_t place = 0; // 0 where the slot is free
+        std::uint32_t tag = 0;   // saves looking at most of the values that are not sought
     };
 
-    /// The slot that holds the address, or the free one where it belongs.
-    Slot& SlotOf(const void* address)
+    static std::uint32_t Tag(const void* address) noexcept
     {
-        // Fibonacci hashing: the highest bits of the product depend on all bits of the address.
-        const std::uint64_t hash = reinterpret_cast<std::uintptr_t>(address) * std::uint64_t{0x9E3779B97F4A7C15};
-        const std::size_t mask = m_Slots.size() - 1;
-        std::size_t i = static_cast<std::size_t>(hash >> (64 - m_Bits));
-        while (m_Slots[i].address != nullptr && m_Slots[i].address != address)
-            i = (i + 1) & mask;
-        return m_Slots[i];
+        return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(address) / alignof(std::max_align_t));
+    }
+    static std::uint32_t Tag(std::uint32_t number) noexcept { return number; }
+
+    /// The first slot in which the value may stand.
+    [[nodiscard]] std::size_t Home(std::uint32_t number) const noexcept { return Scatter(number); }
+    /// Objects that were made one after the other lie, and are met, one after the other: what lies together keeps
+    /// its order in the table, for the sake of the processor's caches.
+    [[nodiscard]] std::size_t Home(const void* address) const noexcept
+    {
+        constexpr std::size_t region = 65536, smallest = 32;
+        const auto bits = reinterpret_cast<std::uintptr_t>(address);
+        return (Scatter(bits / region) + bits % region / smallest) & ((std::size_t{1} << m_Bits) - 1);
+    }
+    [[nodiscard]] std::size_t Scatter(std::uint64_t bits) const noexcept
+    {
+        // The upper bits of each product depend on all bits below them.
+        bits *= 0x9E3779B97F4A7C15;
+        return static_cast<std::size_t>((bits ^ (bits >> 32)) * 0xD6E8FEB86659FD93 >> (64 - m_Bits));
+    }
+
+    void Settle(std::uint32_t place)
+    {
+        const Value value = m_Values[place - 1];
+        const std::size_t home = Home(value);
+        for (std::size_t i = home; i < home + s_Neighbours; ++i)
+            if (m_Slots[i].place == 0) {
+                m_Slots[i] = {place, Tag(value)};
+                return;
+            }
+        m_Crowded.emplace(value, place);
     }
 
     void Grow()
     {
-        std::vector<Slot> former(std::size_t{1} << ++m_Bits);
-        former.swap(m_Slots);
-        for (const Slot& slot : former)
-            if (slot.address != nullptr)
-                SlotOf(slot.address) = slot;
+        m_Slots.assign((std::size_t{1} << ++m_Bits) + s_Neighbours, Slot());
+        m_Crowded.clear();
+        for (std::uint32_t place = 1; place <= m_Values.size(); ++place)
+            Settle(place);
     }
 
-    std::vector<Slot> m_Slots; // 2 to the power of m_Bits of them, none at first
+    std::vector<Value> m_Values; // by place - 1
+    std::vector<Slot> m_Slots;   // 2 to the power of m_Bits are homes
+    std::map<Value, std::uint32_t, std::less<Value>> m_Crowded;
     unsigned m_Bits = 5;
-    std::size_t m_Count = 0;
 };
+
+/// Objects by their address, while they are stored.
+using AAddressTable = TPlaceTable<const void*>;
+/// Objects by the key that a file gives them, while they are loaded.
+using AKeyTable = TPlaceTable<std::uint32_t>;
 } // namespace Kelvra

@@ -10,6 +10,7 @@
 #include <list>
 #include <memory>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 /// \file
@@ -100,7 +101,11 @@ template <class TItem, class TBase> void ReadPtrAs(std::shared_ptr<TItem>& p, AS
 {
     std::shared_ptr<TBase> loaded;
     context.Collector().ReadPtr<TBase>(loaded, context);
-    p = std::dynamic_pointer_cast<TItem>(loaded);
+    const TBase* const object = loaded.get();
+    if (object != nullptr && typeid(*object) == typeid(TItem)) // most are, and comparing is cheaper than casting
+        p = std::static_pointer_cast<TItem>(loaded);
+    else
+        p = std::dynamic_pointer_cast<TItem>(loaded);
 }
 
 /// Loads a list through the collector of `TBase`; an object that is no `TItem` counts as empty.

@@ -42,7 +42,7 @@ inline constexpr ASceneReport StyleNotRead{"Can't find Node", "Serialize/ASceneN
 /// \returns the condition.
 inline bool Check(bool condition, const ASceneReport& report)
 {
-    return KvAssert::Assert(condition, report.message, report.source, report.line);
+    return condition || KvAssert::Assert(false, report.message, report.source, report.line);
 }
 
 /// Reports the message with a class name directly behind it.

@@ -53,7 +53,8 @@ void ASceneSerializeContext::Read(std::wstring& text)
     Read(&count, static_cast<int>(sizeof count));
     if (count <= 0)
         return;
-    KvText::ToUtf16(text, m_CodeUnits); // what stays where the file ends first
+    if (static_cast<std::uint64_t>(count) > GetBytesLeft() / sizeof(char16_t))
+        KvText::ToUtf16(text, m_CodeUnits); // what stays where the file ends first
     ReadElements(m_CodeUnits, count, *this);
     KvText::FromUtf16(m_CodeUnits, text);
 }

@@ -10,9 +10,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -37,32 +37,29 @@ public:
     {
         if (!p)
             return WriteKey(0, context);
-        std::uint32_t& key = m_Keys.KeyOf(p.get());
-        if (key != 0) {
-            // The object is recorded when its record is complete: until then it is being written further out.
-            const bool complete = m_Objects[key - 1] != nullptr;
-            if (!complete)
+        if (const std::uint32_t key = m_Addresses.Find(p.get()); key != 0) {
+            if (IsOpen(key))
                 SceneReports::Fail(SceneReports::HoldsItself, p->GetRuntimeClassId().GetName());
-            return WriteKey(complete ? key : 0, context);
+            return WriteKey(IsOpen(key) ? 0 : key, context);
         }
         if (!context.CanNest()) {
             SceneReports::Fail(SceneReports::WrittenTooDeep, p->GetRuntimeClassId().GetName());
             return WriteKey(0, context);
         }
-        m_Objects.emplace_back();
-        const std::uint32_t newKey = static_cast<std::uint32_t>(m_Objects.size());
-        key = newKey;
-        WriteKey(newKey, context);
-        const std::wstring& className = p->GetRuntimeClassId().GetName();
-        context.Write(className);
+        // Kept from here on, whatever stops its record: its address must not come to mean another object.
+        m_Objects.push_back(p);
+        const std::uint32_t key = m_Addresses.Add(p.get());
+        m_Open.resize(key, 1);
+        WriteKey(key, context);
+        context.Write(p->GetRuntimeClassId().GetName());
         const ASceneSerializeContext::Nesting nesting(context);
         try {
             p->Serialize(context);
         } catch (...) {
-            m_Objects[newKey - 1] = p; // the run is lost, but its address must not come to mean another object
+            m_Open[key - 1] = 0;
             throw;
         }
-        m_Objects[newKey - 1] = p;
+        m_Open[key - 1] = 0;
     }
 
     /// Loads one reference into `p`: the empty reference leaves it as it was, one that cannot be loaded
@@ -85,14 +82,9 @@ public:
         context.Read(className);
         if (!context.CanNest())
             return SceneReports::Fail(SceneReports::ReadTooDeep, className);
-        std::unique_ptr<AObject> created(TSingleton<AClassFactory>::Instance().CreateObject(className));
-        if (!created)
-            SceneReports::Fail(SceneReports::ObjectNotCreated, className);
-        T* const typed = dynamic_cast<T*>(created.get());
-        if (typed == nullptr)
-            return SceneReports::Fail(SceneReports::ObjectOfOtherType, T::GetClassId().GetName());
-        static_cast<void>(created.release()); // owned by the shared pointer from here on
-        std::shared_ptr<T> object(typed);
+        std::shared_ptr<T> object = Create(className);
+        if (!object)
+            return;
         if (static_cast<std::uint32_t>(key) == m_Objects.size() + 1)
             m_Objects.emplace_back();
         const ASceneSerializeContext::Nesting nesting(context);
@@ -113,9 +105,9 @@ public:
         if (static_cast<std::int32_t>(number) != key)
             return nullptr;
         if (number - 1 < m_Objects.size() && m_Objects[number - 1])
-            return m_Objects[number - 1];
-        const auto found = m_Others.find(number);
-        return found == m_Others.end() ? nullptr : found->second;
+            return IsOpen(number) ? nullptr : m_Objects[number - 1];
+        const std::uint32_t place = m_OtherKeys.Find(number);
+        return place == 0 ? nullptr : m_Others[place - 1];
     }
 
 private:
@@ -124,18 +116,76 @@ private:
         context.Write(&key, static_cast<int>(sizeof key));
     }
 
+    /// Makes an object; empty, and reported, when there is none of that class or it is no `T`.
+    std::shared_ptr<T> Create(const std::wstring& className)
+    {
+        // Objects of one class follow each other, so the last class is remembered.
+        if (!m_Creator || className != m_CreatorName) {
+            m_Creator = TSingleton<AClassFactory>::Instance().FindCreator(className);
+            m_CreatorName = className;
+        }
+        std::unique_ptr<AObject> created(m_Creator ? m_Creator->Create() : nullptr);
+        if (!created)
+            SceneReports::Fail(SceneReports::ObjectNotCreated, className);
+        T* const typed = CastCreated(created.get());
+        if (typed == nullptr) {
+            SceneReports::Fail(SceneReports::ObjectOfOtherType, T::GetClassId().GetName());
+            return nullptr;
+        }
+        static_cast<void>(created.release()); // owned by the shared pointer from here on
+        return std::shared_ptr<T>(typed);
+    }
+
+    /// The checked cast of a new object. Within all objects of one class `T` lies at the same distance.
+    T* CastCreated(AObject* created)
+    {
+        if (created == nullptr)
+            return nullptr;
+        char* const start = reinterpret_cast<char*>(created);
+        const std::type_info& type = typeid(*created);
+        if (m_CreatedType != nullptr && *m_CreatedType == type)
+            return reinterpret_cast<T*>(start + m_CastDistance);
+        T* const typed = dynamic_cast<T*>(created);
+        if (typed != nullptr) {
+            m_CreatedType = &type;
+            m_CastDistance = reinterpret_cast<char*>(typed) - start;
+        }
+        return typed;
+    }
+
+    /// True while the record of the object is being written.
+    bool IsOpen(std::uint32_t key) const { return key - 1 < m_Open.size() && m_Open[key - 1] != 0; }
+
     void Record(std::int32_t key, const std::shared_ptr<T>& object)
     {
         const auto number = static_cast<std::uint32_t>(key);
-        std::shared_ptr<T>& recorded = number - 1 < m_Objects.size() ? m_Objects[number - 1] : m_Others[number];
+        std::shared_ptr<T>& recorded = number - 1 < m_Objects.size() ? m_Objects[number - 1] : Other(number);
         if (recorded) // a damaged file that uses a key again within its own record
             m_Replaced.push_back(recorded);
         recorded = object;
     }
 
-    AAddressTable m_Keys;                                 // storing: from an object's address to its key
-    std::vector<std::shared_ptr<T>> m_Objects;            // by key - 1; empty while the record is incomplete
-    std::map<std::uint32_t, std::shared_ptr<T>> m_Others; // loading: keys that do not count from 1
-    std::vector<std::shared_ptr<T>> m_Replaced;           // loading: kept alive until the run ends
+    std::shared_ptr<T>& Other(std::uint32_t key)
+    {
+        std::uint32_t place = m_OtherKeys.Find(key);
+        if (place == 0) {
+            m_Others.emplace_back();
+            place = m_OtherKeys.Add(key);
+        }
+        return m_Others[place - 1];
+    }
+
+    // Loading: the last class that was met, its name and creator, its type and where `T` lies in its objects.
+    std::wstring m_CreatorName;
+    std::shared_ptr<TObjectCreatorBase<AObject>> m_Creator;
+    const std::type_info* m_CreatedType = nullptr;
+    std::ptrdiff_t m_CastDistance = 0;
+
+    std::vector<std::shared_ptr<T>> m_Objects;  // by key - 1; loading: empty while the record is incomplete
+    AAddressTable m_Addresses;                  // storing: the place of an object's address is its key
+    std::vector<std::uint8_t> m_Open;           // storing: by key - 1, 1 while the record is being written
+    AKeyTable m_OtherKeys;                      // loading: keys that do not count from 1
+    std::vector<std::shared_ptr<T>> m_Others;   // loading: their objects, by place - 1
+    std::vector<std::shared_ptr<T>> m_Replaced; // loading: kept alive until the run ends
 };
 } // namespace Kelvra

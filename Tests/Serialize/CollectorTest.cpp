@@ -1,5 +1,6 @@
 #include <Tests/Support/SceneFileTest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <limits>
@@ -79,6 +80,30 @@ TEST_F(CollectorTest, ForeignKeysGiveSharedObjects)
             EXPECT_EQ(Next<AEntity>(context), first);
             EXPECT_EQ(Next<AEntity>(context), root);
             EXPECT_NE(Next<ATexture>(context), nullptr) << "each collector has keys of its own";
+        });
+    }
+    EXPECT_EQ(TakeReports(), Reports());
+}
+
+TEST_F(CollectorTest, ManyForeignKeysGiveSharedObjects)
+{
+    constexpr std::uint32_t count = 3000;
+    for (const std::uint32_t factor : {0xFFFFFFFFU, 0x9E3779B1U, 65536U}) { // downwards, in no order, far apart
+        Bytes file;
+        for (std::uint32_t i = 1; i <= count; ++i)
+            file.Add(Texture(i * factor, u"")).Int(i * factor);
+        for (std::uint32_t i = 1; i <= count; ++i)
+            file.Int(i * factor);
+        Load(file, [](ASceneSerializeContext& context) {
+            std::vector<std::shared_ptr<ATexture>> textures;
+            for (std::uint32_t i = 0; i < count; ++i) {
+                textures.push_back(Next<ATexture>(context));
+                ASSERT_EQ(Next<ATexture>(context), textures.back());
+            }
+            for (std::uint32_t i = 0; i < count; ++i)
+                ASSERT_EQ(Next<ATexture>(context), textures[i]) << i;
+            std::sort(textures.begin(), textures.end());
+            EXPECT_EQ(std::adjacent_find(textures.begin(), textures.end()), textures.end()) << "all are distinct";
         });
     }
     EXPECT_EQ(TakeReports(), Reports());

@@ -32,8 +32,14 @@ public:
     /// A new object of the class registered under `name`, which the caller owns; null when there is none.
     [[nodiscard]] ObjectType* CreateObject(const K& name) const
     {
+        const std::shared_ptr<C> creator = FindCreator(name);
+        return creator ? creator->Create() : nullptr;
+    }
+    /// The creator registered under `name`, for callers that make many objects of one class; empty when there is none.
+    [[nodiscard]] std::shared_ptr<C> FindCreator(const K& name) const
+    {
         const auto found = m_Creators.find(name);
-        return found == m_Creators.end() ? nullptr : found->second->Create();
+        return found == m_Creators.end() ? nullptr : found->second;
     }
     void Clear() { m_Creators.clear(); }
 

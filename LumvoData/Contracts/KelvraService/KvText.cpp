@@ -126,27 +126,36 @@ bool IsPlain(char32_t c) noexcept
 }
 } // namespace
 
+// Almost all text is in the first 65,536 characters: it is converted in one go, in steps as wide as the processor has,
+// and again, character by character, where something else was among it.
 void ToUtf16(std::wstring_view text, std::u16string& units)
 {
+    units.resize(text.size());
+    std::uint32_t all = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        units[i] = static_cast<char16_t>(text[i]);
+        all |= static_cast<std::uint32_t>(text[i]);
+    }
+    if (sizeof(wchar_t) == 2 || all <= 0xFFFF)
+        return;
     units.clear();
-    units.reserve(text.size());
-    if constexpr (sizeof(wchar_t) == 2)
-        units.append(text.begin(), text.end());
-    else
-        for (const wchar_t c : text)
-            AppendUtf16(units, static_cast<char32_t>(c));
+    for (const wchar_t c : text)
+        AppendUtf16(units, static_cast<char32_t>(c));
 }
 
 void FromUtf16(std::u16string_view units, std::wstring& text)
 {
     text.resize(units.size());
-    std::size_t length = 0;
-    if constexpr (sizeof(wchar_t) == 2)
-        length = static_cast<std::size_t>(std::copy(units.begin(), units.end(), text.begin()) - text.begin());
-    else
-        for (std::size_t at = 0; at < units.size();)
-            text[length++] = static_cast<wchar_t>(NextCharacter(units, at));
-    text.resize(length);
+    std::uint32_t surrogates = 0;
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        text[i] = static_cast<wchar_t>(units[i]);
+        surrogates |= IsSurrogate(units[i]) ? 1U : 0U;
+    }
+    if (sizeof(wchar_t) == 2 || surrogates == 0)
+        return;
+    text.clear();
+    for (std::size_t at = 0; at < units.size();)
+        text += static_cast<wchar_t>(NextCharacter(units, at));
 }
 
 std::string ToUtf8(std::wstring_view text)
