@@ -34,9 +34,9 @@ constexpr const char* s_Footer =
     "says. It takes its place when it is complete: until then, and if anything fails, the old file stays.\n"
     "Nodes that a model brings without an id are numbered from 1 on, in the order of the scene; --unit-scale and --up\n"
     "put everything under one more node. What has no place in OUT is listed as left out and does no harm to the exit\n"
-    "code.\n"
+    "code. Files that go with OUT, such as the .mtl of an .obj and what --images writes, are listed too.\n"
     "JSON: {in: [{file, bytes, format, leftOut: [{what, count}], messages}], out: {file, bytes, format, leftOut},\n"
-    "       objects: {CLASS: count}, references, sharedObjects, images: [FILE],\n"
+    "       objects: {CLASS: count}, references, sharedObjects, beside: [FILE],\n"
     "       duplicates: {textures, materials, styles, pieces, entities} or null}\n"
     "Example: lumvo convert --dedupe --up y engine.glb stand.obj workshop.scene";
 
@@ -61,7 +61,6 @@ struct Summary
     std::string outFormat = "scene file";
     WrittenModel out;
     std::optional<Duplicates> duplicates;
-    std::vector<std::string> images; // that were put beside the file
     std::map<std::string, std::uint64_t> classes;
     std::uint64_t references = 0;
     std::uint64_t objects = 0;
@@ -156,8 +155,8 @@ void Print(const Summary& summary, const OutputFiles& files)
     }
     std::cout << "  to          " << Plural(summary.out.bytes, "byte") << ", " << summary.outFormat << '\n';
     PrintLeftOut(summary.out.losses);
-    for (const std::string& image : summary.images)
-        std::cout << "  image       " << image << '\n';
+    for (const std::filesystem::path& file : files.GetBeside())
+        std::cout << "  beside      " << ShowPath(file) << '\n';
     std::cout << "  objects     " << Show(summary.objects) << ":";
     const char* separator = " ";
     for (const auto& [name, count] : summary.classes) {
@@ -179,6 +178,9 @@ void PrintAsJson(const Summary& summary, const OutputFiles& files)
                       {"format", FormatOf(input)},
                       {"leftOut", ToJson(input.losses)},
                       {"messages", input.messages.ToJson()}});
+    Json beside = Json::array();
+    for (const std::filesystem::path& file : files.GetBeside())
+        beside.push_back(PathToJson(file));
     PrintJson(Json{{"in", std::move(in)},
                    {"out",
                     {{"file", PathToJson(files.GetMain().GetFile())},
@@ -188,7 +190,7 @@ void PrintAsJson(const Summary& summary, const OutputFiles& files)
                    {"objects", summary.classes},
                    {"references", summary.references},
                    {"sharedObjects", summary.shared},
-                   {"images", summary.images},
+                   {"beside", std::move(beside)},
                    {"duplicates", summary.duplicates ? ToJson(*summary.duplicates) : Json(nullptr)}});
 }
 
@@ -243,16 +245,13 @@ ExitCode RunConvert(const Options& options)
         summary.out = WriteModel(*writer, roots, files, progress);
     } else {
         NumberNodes(roots);
-        const std::uint64_t size = SizeOfSceneFile(roots);
+        const std::uint64_t size = SizeOfSceneFile(roots).value_or(0);
         summary.out.bytes = WriteSceneFile(roots, files.GetMain().GetWrittenFile(), out,
                                            [&](std::uint64_t done) { progress.Update(done, size); });
     }
     summary.Count(roots);
     files.Commit();
     progress.Clear();
-    for (const auto& file : files.GetAll())
-        if (options.images && file->GetFile() != out && file->GetFile().extension() != ".mtl")
-            summary.images.push_back(ShowPath(file->GetFile()));
     if (options.json)
         PrintAsJson(summary, files);
     else
@@ -294,6 +293,8 @@ void AddConvert(CLI::App& app, Run& run)
     verb->add_flag("-q,--quiet", options->quiet, "Do not show how far it is");
     verb->add_flag("--json", options->json, "Print the summary as one JSON document");
     verb->callback([options, &run] {
+        if (std::count(options->files.begin(), options->files.end(), "-") > 1)
+            throw CLI::ValidationError("IN", "standard input can be read once");
         if (options->files.back() == "-")
             throw CLI::ValidationError("OUT", "standard output cannot be replaced as a whole: name a file");
         run = [options] { return RunConvert(*options); };

@@ -20,7 +20,7 @@ FileError::FileError(ExitCode code, std::filesystem::path file, std::string plac
     : m_Code(code), m_File(std::move(file)), m_Place(std::move(place)), m_Problem(std::move(problem)),
       m_Advice(std::move(advice))
 {
-    m_What = ShowPath(m_File) + ": " + (m_Place.empty() ? "" : m_Place + ": ") + m_Problem;
+    m_What = (m_File.empty() ? "\"\"" : ShowPath(m_File)) + ": " + (m_Place.empty() ? "" : m_Place + ": ") + m_Problem;
 }
 
 void PrintError(const FileError& error)

@@ -16,8 +16,8 @@ namespace {
 constexpr const char* s_Footer =
     "Modules are the shared libraries in the folders of --plugins, then in those of the environment variable\n"
     "LUMVO_PLUGIN_PATH (separated by colons), then in lumvo's own beside the installed libraries. Of two services of\n"
-    "one name the first stays. Reads tells what a file can be loaded as: a scene with its nodes and materials, or a\n"
-    "mesh, all its geometry as one entity. Exit code 1 says that a module could not be loaded.\n"
+    "one name the first stays. A service can load a file as a scene, with its nodes and materials, or as a mesh, all\n"
+    "its geometry as one entity, or write a scene. Exit code 1 says that a module could not be loaded.\n"
     "JSON: {services: [{name, title, filter, scene, mesh, writes, module}],\n"
     "       tried: [{file, from, loaded, services, reason}]}\n"
     "Example: lumvo formats -v --plugins ./modules";
@@ -113,12 +113,10 @@ ExitCode RunFormats(const Options& options)
         if (options.verbose)
             PrintAttempts(modules);
     }
-    const auto failed = std::count_if(modules.GetAttempts().begin(), modules.GetAttempts().end(),
-                                      [](const ModuleAttempt& attempt) { return attempt.IsBroken(); });
+    const std::uint64_t failed = modules.CountBroken();
     if (failed > 0 && !options.verbose && !options.json) {
         std::cout.flush();
-        std::cerr << "lumvo: " << Plural(static_cast<std::uint64_t>(failed), "module")
-                  << " could not be loaded; 'lumvo formats -v' says why\n";
+        std::cerr << "lumvo: " << Plural(failed, "module") << " could not be loaded; 'lumvo formats -v' says why\n";
     }
     return failed > 0 ? ExitFindings : ExitFine;
 }

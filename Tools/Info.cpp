@@ -14,6 +14,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -101,6 +102,7 @@ Json ToJson(const Share& share)
 
 Json ModelToJson(const LoadedScene& scene, const Facts& facts)
 {
+    const std::optional<std::uint64_t> sceneSize = SizeOfSceneFile(scene.roots);
     Json classes = Json::object();
     for (const auto& [name, share] : facts.classes)
         classes[name] = {{"objects", share.objects}};
@@ -110,7 +112,7 @@ Json ModelToJson(const LoadedScene& scene, const Facts& facts)
               {"title", Lumvo::ToJson(scene.origin->title)},
               {"module", PathToJson(scene.origin->module)}}},
             {"bytes", scene.size},
-            {"sceneBytes", SizeOfSceneFile(scene.roots)},
+            {"sceneBytes", sceneSize ? Json(*sceneSize) : Json(nullptr)},
             {"rootReferences", scene.rootReferences},
             {"box", Lumvo::ToJson(facts.box)},
             {"classes", classes},
@@ -188,11 +190,12 @@ void PrintMessages(const LoadedScene& scene)
 
 void PrintModel(const LoadedScene& scene, const Facts& facts)
 {
+    const std::optional<std::uint64_t> sceneSize = SizeOfSceneFile(scene.roots);
     std::cout << Screen::OfStandardOutput().Paint(Screen::Strong, ShowPath(scene.file)) << '\n'
               << "  format      " << Show(scene.origin->title) << ", read by service " << Show(scene.origin->service)
               << " of " << ShowPath(scene.origin->module.filename()) << '\n'
-              << "  size        " << Plural(scene.size, "byte") << "; as a scene file "
-              << Show(SizeOfSceneFile(scene.roots)) << '\n'
+              << "  size        " << Plural(scene.size, "byte")
+              << (sceneSize ? "; as a scene file " + Show(*sceneSize) : "; nested too deep for a scene file") << '\n'
               << "  box         " << Show(facts.box) << "\n\n"
               << "  class                  objects\n";
     for (const auto& [name, share] : facts.classes)

@@ -72,7 +72,7 @@ std::string ShowBytes(std::int32_t value)
     std::error_code ignored;
     const std::filesystem::file_status status = std::filesystem::status(file, ignored);
     if (std::filesystem::is_directory(status))
-        throw FileError(ExitCannotRead, file, std::nullopt, "is a folder, not a scene file", "Name a file inside it.");
+        throw FileError(ExitCannotRead, file, std::nullopt, "is a folder, not a file", "Name a file inside it.");
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
         throw FileError(ExitCannotRead, file, std::nullopt, "is a pipe or a device, not a regular file",
                         "Copy its contents into a file and name that one.");

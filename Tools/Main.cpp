@@ -1,5 +1,6 @@
 #include <Tools/FileError.h>
 #include <Tools/Output.h>
+#include <Tools/Temporaries.h>
 #include <Tools/Verbs.h>
 
 #include <algorithm>
@@ -44,6 +45,9 @@ ExitCode Execute(std::vector<std::string> arguments)
                "            2 wrong usage, 3 a file cannot be read, 4 a file cannot be written\n"
                "Example:    lumvo demo flange.scene && lumvo tree flange.scene\n"
                "Help on a verb: lumvo VERB --help");
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("lumvo: ") + error.what() + "\n       Run with --help for more information.\n";
+    });
     AddConvert(app, run);
     AddDemo(app, run);
     AddFormats(app, run);
@@ -55,7 +59,7 @@ ExitCode Execute(std::vector<std::string> arguments)
         return app.exit(error) == 0 ? ExitFine : ExitUsage;
     }
     if (!run) {
-        std::cout << app.help();
+        std::cerr << app.help();
         return ExitUsage;
     }
     try {
@@ -69,6 +73,7 @@ ExitCode Execute(std::vector<std::string> arguments)
 
 int main(int argc, char** argv)
 try {
+    Lumvo::WatchSignals();
     std::setlocale(LC_CTYPE, ""); // tells the terminal's encoding; numbers are written without it
     const Lumvo::ExitCode code = Execute(Arguments(argc, argv));
     // What was printed is a result too: a full disk or a closed pipe must not pass for success.

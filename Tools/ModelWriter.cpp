@@ -100,9 +100,9 @@ std::wstring Harmless(std::wstring name)
         if (letter < L' ' || letter == 0x7F ||
             std::wstring_view(L"/\\:*?\"<>|").find(letter) != std::wstring_view::npos)
             letter = L'_';
-    static constexpr std::size_t s_MostCharacters = 60;
-    if (name.size() > s_MostCharacters)
-        name.erase(0, name.size() - s_MostCharacters); // the extension stands at the end
+    static constexpr std::size_t s_MostBytes = 120;
+    while (KvText::ToUtf8(name).size() > s_MostBytes)
+        name.erase(0, 1); // the extension stands at the end
     return name;
 }
 } // namespace
@@ -111,6 +111,12 @@ OutputFile& OutputFiles::Open(const fs::path& file)
 {
     if (file == GetMain().GetFile())
         return GetMain();
+    std::error_code ignored;
+    if (!GetMain().IsReplacing() && fs::exists(fs::symlink_status(file, ignored)))
+        throw FileError(ExitCannotWrite, file, std::nullopt,
+                        "is there already, without " + ShowPath(GetMain().GetFile()) + ", which it would go with",
+                        "Move it away, or choose another name.");
+    m_Beside.push_back(file);
     m_Files.push_back(std::make_unique<OutputFile>(file));
     return *m_Files.back();
 }
@@ -124,8 +130,10 @@ std::wstring OutputFiles::KeepImage(const std::wstring& name, std::string_view b
 {
     const fs::path& beside = GetMain().GetFile();
     // A name takes at most 255 bytes on most systems: room is left for the image's own name and a number.
-    static constexpr std::size_t s_MostOfStem = 40;
-    const std::wstring stem = KvText::FromPath(beside.stem()).substr(0, s_MostOfStem);
+    static constexpr std::size_t s_MostOfStem = 100;
+    std::wstring stem = KvText::FromPath(beside.stem());
+    while (KvText::ToUtf8(stem).size() > s_MostOfStem)
+        stem.pop_back();
     const fs::path wanted = KvText::ToPath(stem + L"-" + Harmless(name));
     for (int number = 1;; ++number) {
         fs::path file = beside.parent_path() / wanted.stem();
@@ -138,11 +146,16 @@ std::wstring OutputFiles::KeepImage(const std::wstring& name, std::string_view b
         const bool there = fs::exists(fs::symlink_status(file, error));
         if (there && !HoldsExactly(file, bytes))
             continue; // not ours to replace
-        if (!there) {
-            Stream stream(Open(file));
-            stream.Write(bytes.data(), bytes.size());
-            stream.Close();
-        }
+        if (there)
+            m_Beside.push_back(file);
+        else
+            try {
+                Stream stream(Open(file));
+                stream.Write(bytes.data(), bytes.size());
+                stream.Close();
+            } catch (const std::system_error& failure) {
+                FailToWrite(file, failure.code());
+            }
         return KvText::FromPath(file.filename());
     }
 }

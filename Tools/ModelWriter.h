@@ -23,14 +23,15 @@ public:
     explicit OutputFiles(const std::filesystem::path& file) { m_Files.push_back(std::make_unique<OutputFile>(file)); }
 
     [[nodiscard]] OutputFile& GetMain() const noexcept { return *m_Files.front(); }
-    /// The file itself, or a new one that goes with it.
+    /// The file itself, or a new one that goes with it. One that is there already without the file is somebody's own
+    /// and not replaced.
     OutputFile& Open(const std::filesystem::path& file);
     /// Writes an image beside the file, under a free name made of the file's stem and `name`; an image that stands
     /// there already with these very bytes is used as it is.
     /// \returns the name without folder.
     std::wstring KeepImage(const std::wstring& name, std::string_view bytes);
-    /// All files, the one that is asked for first.
-    [[nodiscard]] const std::vector<std::unique_ptr<OutputFile>>& GetAll() const noexcept { return m_Files; }
+    /// The files that go with the one that is asked for, images that were there already included.
+    [[nodiscard]] const std::vector<std::filesystem::path>& GetBeside() const noexcept { return m_Beside; }
     /// Moves all files to their places, the one that is asked for last.
     void Commit();
 
@@ -38,6 +39,7 @@ private:
     [[nodiscard]] bool IsPlanned(const std::filesystem::path& file) const;
 
     std::vector<std::unique_ptr<OutputFile>> m_Files;
+    std::vector<std::filesystem::path> m_Beside;
 };
 
 /// What became of writing a scene in another format.

@@ -2,6 +2,7 @@
 
 #include <Tools/FileError.h>
 #include <Tools/Output.h>
+#include <Tools/Temporaries.h>
 
 #include <Formats/Support/FormatListener.h>
 
@@ -12,6 +13,8 @@
 
 #include <array>
 #include <cerrno>
+#include <exception>
+#include <fstream>
 #include <iostream>
 #include <system_error>
 #include <utility>
@@ -23,46 +26,41 @@ using namespace Kelvra;
 
 const std::filesystem::path s_StandardInput = "standard input";
 
-/// What comes in on standard input, as a file of its own that lives as long as this.
+/// What comes in on standard input, as a file in a folder of its own, that lives as long as this. The file's name is
+/// always the same, since models pass it on to what they make of it.
 class Spool
 {
 public:
     Spool()
     {
-        std::string name = (std::filesystem::temp_directory_path() / "lumvo-XXXXXX").string();
-        const int file = mkstemp(name.data());
-        if (file < 0)
-            Fail("no temporary file can be made: ");
-        m_File = name;
+        std::string folder = (std::filesystem::temp_directory_path() / "lumvo-XXXXXX").string();
+        if (mkdtemp(folder.data()) == nullptr)
+            Fail("no temporary folder can be made: ");
+        m_Folder.Watch(folder);
+        m_Path = std::filesystem::path(folder) / "input";
+        m_File.Watch(m_Path);
+        errno = 0;
+        std::ofstream file(m_Path, std::ios::binary);
         std::array<char, 1 << 16> block{};
         for (;;) {
             const ssize_t count = read(STDIN_FILENO, block.data(), block.size());
             if (count < 0 && errno == EINTR)
                 continue;
-            const bool written = count > 0 && write(file, block.data(), static_cast<std::size_t>(count)) == count;
-            if (written)
-                continue;
-            const int reason = errno;
-            close(file);
+            if (count < 0)
+                Fail("cannot be read: ");
             if (count == 0)
-                return;
-            Remove();
-            errno = reason;
-            Fail(count < 0 ? "cannot be read: " : "cannot be kept in a temporary file: ");
+                break;
+            errno = 0;
+            if (!file.write(block.data(), count))
+                Fail("cannot be kept in a temporary file: ");
         }
+        if (!file.flush())
+            Fail("cannot be kept in a temporary file: ");
     }
-    ~Spool() { Remove(); }
-    Spool(const Spool&) = delete;
-    Spool& operator=(const Spool&) = delete;
 
-    [[nodiscard]] const std::filesystem::path& GetFile() const noexcept { return m_File; }
+    [[nodiscard]] const std::filesystem::path& GetFile() const noexcept { return m_Path; }
 
 private:
-    void Remove() const noexcept
-    {
-        std::error_code ignored;
-        std::filesystem::remove(m_File, ignored);
-    }
     [[noreturn]] static void Fail(const char* problem)
     {
         throw FileError(ExitCannotRead, s_StandardInput, std::nullopt,
@@ -70,7 +68,9 @@ private:
                         "Put what comes in into a file and name that.");
     }
 
-    std::filesystem::path m_File;
+    std::filesystem::path m_Path;
+    Temporary m_Folder; // removed after what is in it
+    Temporary m_File;
 };
 } // namespace
 
@@ -79,7 +79,8 @@ void ModelOptions::AddTo(CLI::App& verb)
     Modules::AddOption(verb, plugins);
     verb.add_option("--service", service, "Load with this service, whatever the file is called; see lumvo formats")
         ->type_name("NAME");
-    CLI::Option* const whole = verb.add_flag("--mesh", mesh, "Load all geometry of a model as one entity");
+    CLI::Option* const whole =
+        verb.add_flag("--mesh", mesh, "Load all geometry of a model as one entity; scene files are loaded as they are");
     verb.add_flag("--scene", "Load a model with its nodes, transforms, materials and textures; this is the default")
         ->excludes(whole);
 }
@@ -91,6 +92,12 @@ public:
     Listener(const ModelLoader& loader, std::vector<Loss>& losses) : m_Loader(loader), m_Losses(losses) {}
 
     [[nodiscard]] const std::optional<Formats::FormatError>& GetError() const noexcept { return m_Error; }
+    /// Throws what kept an image from being written.
+    void CheckImages() const
+    {
+        if (m_ImageFailure)
+            std::rethrow_exception(m_ImageFailure);
+    }
 
 private:
     void OnError(const std::filesystem::path& /*file*/, const Formats::FormatError& error) override { m_Error = error; }
@@ -106,12 +113,20 @@ private:
     std::wstring OnImage(const std::filesystem::path& /*file*/, const std::wstring& name,
                          std::string_view bytes) override
     {
-        return m_Loader.m_KeepImage ? m_Loader.m_KeepImage(name, bytes) : std::wstring();
+        if (!m_Loader.m_KeepImage || m_ImageFailure)
+            return {};
+        try {
+            return m_Loader.m_KeepImage(name, bytes);
+        } catch (...) {
+            m_ImageFailure = std::current_exception(); // no fault of the file, as the module would take it for
+            return {};
+        }
     }
 
     const ModelLoader& m_Loader;
     std::vector<Loss>& m_Losses;
     std::optional<Formats::FormatError> m_Error;
+    std::exception_ptr m_ImageFailure;
 };
 
 LoadedScene ModelLoader::Load(const std::string& file)
@@ -124,8 +139,12 @@ LoadedScene ModelLoader::Load(const std::string& file)
 
 const Modules& ModelLoader::GetModules()
 {
-    if (!m_Modules)
+    if (!m_Modules) {
         m_Modules = std::make_unique<Modules>(m_Options.plugins);
+        if (m_Modules->CountBroken() > 0)
+            std::cerr << "lumvo: note: " << Plural(m_Modules->CountBroken(), "module")
+                      << " could not be loaded; 'lumvo formats -v' says why\n";
+    }
     return *m_Modules;
 }
 
@@ -196,6 +215,7 @@ LoadedScene ModelLoader::LoadWith(const Modules::Entry& entry, const std::filesy
             entry.mesh->ForgetFile(fileName);
         }
     }
+    listener.CheckImages();
     if (scene.roots.empty()) {
         const std::string advice = "It was read as " + Show(entry.title) + " (" + Show(entry.name) + ").";
         if (listener.GetError())

@@ -99,9 +99,9 @@ void Modules::TryFolder(const fs::path& folder, const std::string& origin, bool 
         throw FileError(ExitCannotRead, folder, std::nullopt, "modules cannot be looked for here: " + error.message(),
                         "Name a folder with --plugins.");
     if (error)
-        m_Attempts.push_back({folder, origin, false, 0, error.message()});
+        m_Attempts.push_back({folder, origin, false, false, 0, error.message()});
     else if (files.empty())
-        m_Attempts.push_back({folder, origin, false, 0, "no shared libraries are in this folder"});
+        m_Attempts.push_back({folder, origin, false, false, 0, "no shared libraries are in this folder"});
     std::sort(files.begin(), files.end());
     for (const fs::path& file : files)
         TryModule(fs::absolute(file), origin);
@@ -109,7 +109,7 @@ void Modules::TryFolder(const fs::path& folder, const std::string& origin, bool 
 
 void Modules::TryModule(const fs::path& file, const std::string& origin)
 {
-    ModuleAttempt attempt{file, origin, false, 0, {}};
+    ModuleAttempt attempt{file, origin, false, false, 0, {}};
     const auto same = std::find_if(m_Attempts.begin(), m_Attempts.end(), [&](const ModuleAttempt& other) {
         std::error_code ignored;
         return other.loaded && fs::equivalent(other.file, file, ignored);
@@ -117,8 +117,13 @@ void Modules::TryModule(const fs::path& file, const std::string& origin)
     if (same != m_Attempts.end()) {
         return; // the folder was named twice
     }
-    if (dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr) {
+    std::error_code ignored;
+    if (!fs::is_regular_file(file, ignored)) {
+        attempt.broken = true;
+        attempt.reason = "is no regular file";
+    } else if (dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr) {
         const char* const reason = dlerror();
+        attempt.broken = true;
         attempt.reason = Show(KvText::FromUtf8(reason != nullptr ? reason : "unknown reason"), 400);
     } else {
         attempt.loaded = true;
@@ -130,6 +135,12 @@ void Modules::TryModule(const fs::path& file, const std::string& origin)
             attempt.reason = "registers nothing, or only names that were taken before";
     }
     m_Attempts.push_back(std::move(attempt));
+}
+
+std::uint64_t Modules::CountBroken() const
+{
+    return static_cast<std::uint64_t>(std::count_if(m_Attempts.begin(), m_Attempts.end(),
+                                                    [](const ModuleAttempt& attempt) { return attempt.broken; }));
 }
 
 void Modules::ListEntries()

@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -21,11 +22,9 @@ struct ModuleAttempt
     std::filesystem::path file;
     std::string origin; ///< Why it was tried, such as "--plugins".
     bool loaded = false;
+    bool broken = false;      ///< A shared library by its name that cannot be loaded.
     std::size_t services = 0; ///< That it registered.
     std::string reason;       ///< Why it was not loaded, or adds nothing.
-
-    /// A shared library that cannot be loaded.
-    [[nodiscard]] bool IsBroken() const { return !loaded && file.extension() == ".so"; }
 };
 
 /// The file-format modules of this process, and which service is whose.
@@ -45,6 +44,7 @@ public:
     explicit Modules(const std::vector<std::string>& folders);
 
     [[nodiscard]] const std::vector<ModuleAttempt>& GetAttempts() const noexcept { return m_Attempts; }
+    [[nodiscard]] std::uint64_t CountBroken() const;
 
     /// One name of the registries.
     struct Entry

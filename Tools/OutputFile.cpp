@@ -31,14 +31,26 @@ OutputFile::OutputFile(std::filesystem::path file) : m_File(std::move(file)), m_
         m_Written = m_File;
         return;
     }
-    // Through a link, the file that it leads to is replaced, not the link.
-    if (std::filesystem::exists(status))
-        m_Target = std::filesystem::canonical(m_File, error);
-    if (error && error != std::errc::no_such_file_or_directory)
-        FailToWrite(m_File, error);
+    FollowLinks();
     CreateNextTo();
-    if (std::filesystem::exists(status))
+    m_Replacing = std::filesystem::exists(status);
+    if (m_Replacing)
         std::filesystem::permissions(m_Written, status.permissions(), error); // kept as well as may be
+}
+
+/// Through a link, the file that it leads to is replaced or made, not the link.
+void OutputFile::FollowLinks()
+{
+    static constexpr int s_MostLinks = 40;
+    std::error_code error;
+    for (int links = 0; std::filesystem::is_symlink(std::filesystem::symlink_status(m_Target, error)); ++links) {
+        if (links == s_MostLinks)
+            FailToWrite(m_File, std::make_error_code(std::errc::too_many_symbolic_link_levels));
+        const std::filesystem::path next = std::filesystem::read_symlink(m_Target, error);
+        if (error)
+            FailToWrite(m_File, error);
+        m_Target = m_Target.parent_path() / next; // an absolute one stands for itself
+    }
 }
 
 void OutputFile::CreateNextTo()
@@ -51,6 +63,7 @@ void OutputFile::CreateNextTo()
         errno = 0;
         if (std::FILE* const made = std::fopen(m_Written.c_str(), "wbx")) {
             std::fclose(made);
+            m_Temporary.Watch(m_Written);
             return;
         }
         if (errno == EEXIST)
@@ -58,13 +71,6 @@ void OutputFile::CreateNextTo()
         m_Written.clear();
         FailToWrite(m_File, {errno, std::generic_category()});
     }
-}
-
-OutputFile::~OutputFile()
-{
-    std::error_code ignored;
-    if (!m_Straight && !m_Committed)
-        std::filesystem::remove(m_Written, ignored);
 }
 
 void OutputFile::Flush() const
@@ -87,6 +93,6 @@ void OutputFile::Commit()
     std::filesystem::rename(m_Written, m_Target, error);
     if (error)
         FailToWrite(m_File, error);
-    m_Committed = true;
+    m_Temporary.Release();
 }
 } // namespace Lumvo

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Tools/Temporaries.h>
+
 #include <filesystem>
 #include <system_error>
 
@@ -17,7 +19,6 @@ class OutputFile
 public:
     /// Makes an empty file next to `file`.
     explicit OutputFile(std::filesystem::path file);
-    ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
@@ -30,16 +31,20 @@ public:
     [[nodiscard]] const std::filesystem::path& GetWrittenFile() const noexcept { return m_Written; }
     /// True where there is nothing to commit, nor to read back.
     [[nodiscard]] bool IsStraight() const noexcept { return m_Straight; }
+    /// True where a file stood when this was made.
+    [[nodiscard]] bool IsReplacing() const noexcept { return m_Replacing; }
 
 private:
+    void FollowLinks();
     void CreateNextTo();
     void Flush() const; // to the disk, so that a crash leaves the old file or the new one
 
     std::filesystem::path m_File;   // as the user named it, for messages
     std::filesystem::path m_Target; // what that name leads to
     std::filesystem::path m_Written;
+    Temporary m_Temporary; // that very file, until it is committed
     bool m_Straight = false;
-    bool m_Committed = false;
+    bool m_Replacing = false;
 };
 
 /// Throws the FileError for a file that cannot be written.

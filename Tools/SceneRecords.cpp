@@ -1,6 +1,7 @@
 #include <Tools/SceneRecords.h>
 
 #include <Tools/FileError.h>
+#include <Tools/Output.h>
 #include <Tools/OutputFile.h>
 
 #include <LumvoData/Contracts/KelvraService/KvText.h>
@@ -8,6 +9,7 @@
 
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 
 namespace Lumvo {
@@ -67,18 +69,24 @@ void RecordContext::Write(const void* data, int count)
         Put(data, static_cast<std::size_t>(count));
 }
 
-std::uint64_t SizeOfSceneFile(const Roots& roots)
+std::optional<std::uint64_t> SizeOfSceneFile(const Roots& roots)
 {
     static constexpr std::uint64_t s_HeaderSize = 8;
-    const Kelvra::KvAssertScope quiet([](const Kelvra::KvReport&) {}); // writing it reports what there is to report
+    bool whole = true;
+    const Kelvra::KvAssertScope listening([&](const Kelvra::KvReport&) { whole = false; });
     CountContext context;
     WriteRoots(roots, context);
-    return s_HeaderSize + context.GetCount();
+    return whole ? std::optional(s_HeaderSize + context.GetCount()) : std::nullopt;
 }
 
 std::uint64_t WriteSceneFile(const Roots& roots, const std::filesystem::path& written,
                              const std::filesystem::path& file, const std::function<void(std::uint64_t)>& progress)
 {
+    std::string report; // the first
+    const Kelvra::KvAssertScope listening([&](const Kelvra::KvReport& failed) {
+        if (report.empty())
+            report = Show(failed.message);
+    });
     try {
         StoreContext context(Kelvra::KvText::FromPath(written), progress);
         if (!context.Begin())
@@ -86,6 +94,10 @@ std::uint64_t WriteSceneFile(const Roots& roots, const std::filesystem::path& wr
         WriteRoots(roots, context);
         const std::uint64_t size = context.GetPosition();
         context.End();
+        if (!report.empty())
+            throw FileError(ExitCannotWrite, file, std::nullopt, "cannot be written whole: " + report,
+                            "A scene file nests " + std::to_string(Kelvra::ASceneSerializeContext::MaxNesting) +
+                                " levels at most: let fewer groups stand inside each other.");
         return size;
     } catch (const std::system_error& error) {
         FailToWrite(file, error.code());

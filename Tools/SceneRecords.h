@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 
 /// \file
 /// Storing scenes: into a file, or only to learn what would be stored.
@@ -25,14 +26,14 @@ private:
     virtual void Put(const void* data, std::size_t count) = 0;
 };
 
-/// The size of the scene file that holds these roots.
-[[nodiscard]] std::uint64_t SizeOfSceneFile(const Roots& roots);
+/// The size of the scene file that holds these roots; none where no file can hold them.
+[[nodiscard]] std::optional<std::uint64_t> SizeOfSceneFile(const Roots& roots);
 
 /// Writes a scene file, its roots as references, back to back.
 /// \param written the file to be made, which messages call `file`.
 /// \param progress is called now and then with the bytes written so far.
 /// \returns the size of the file.
-/// Throws FileError with ExitCannotWrite.
+/// Throws FileError with ExitCannotWrite, also where the scene is nested deeper than a scene file can be.
 std::uint64_t WriteSceneFile(const Roots& roots, const std::filesystem::path& written,
                              const std::filesystem::path& file,
                              const std::function<void(std::uint64_t)>& progress = {});

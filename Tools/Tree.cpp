@@ -22,7 +22,8 @@ using namespace Kelvra;
 constexpr const char* s_Footer =
     "An object that is referred to more than once carries a label, such as #3. It is shown where it is met first;\n"
     "afterwards -> #3 stands for all of it. The items of an entity are summed up in the entity's line.\n"
-    "JSON: {file, endsEarly, rootReferences, lines: [LINE...], nodesLeftOut, messages}. LINEs stand in the order of\n"
+    "JSON: {file, endsEarly, rootReferences, lines: [LINE...], nodesLeftOut, leftOut, messages}. LINEs stand in the "
+    "order of\n"
     "       the tree: {depth, role, class, label, repeated, styles, inside, ...}. label is null for what is not\n"
     "       shared; a repeated line ends there; styles are the labels of styles, materials and textures shown\n"
     "       before, by role; inside counts what --depth hides. A node adds {id, visible, transform, matrix, box},\n"
@@ -151,6 +152,7 @@ void PrintAsJson(const LoadedScene& scene, TreeWalk& walk, std::uint64_t most)
                    {"rootReferences", scene.rootReferences},
                    {"lines", std::move(lines)},
                    {"nodesLeftOut", walk.GetNodesLeft()},
+                   {"leftOut", Lumvo::ToJson(scene.losses)},
                    {"messages", scene.messages.ToJson()}});
 }
 

@@ -415,8 +415,9 @@ private:
     Import& m_Job;
 };
 
-/// Assimp tells formats apart by the contents: several share an extension.
-std::shared_ptr<ASceneNode> Read(Import& job)
+/// Assimp tells formats apart by the contents, and may find that a file is for another of its importers than the
+/// one that was asked for.
+std::shared_ptr<ASceneNode> Read(Import& job, std::size_t wanted)
 {
     Assimp::Importer importer;
     importer.SetIOHandler(new RegularFiles);        // owned by the importer
@@ -425,6 +426,15 @@ std::shared_ptr<ASceneNode> Read(Import& job)
         job.GetPath().u8string(), aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_ValidateDataStructure);
     if (scene == nullptr)
         throw FormatError({}, importer.GetErrorString());
+    const int used = importer.GetPropertyInteger("importerIndex", -1);
+    if (used != static_cast<int>(wanted)) {
+        const auto nameOf = [&](std::size_t index) {
+            const aiImporterDesc* const about = importer.GetImporterInfo(index);
+            return about != nullptr ? Quote(about->mName) : "another importer";
+        };
+        throw FormatError({}, "is a file for Assimp's " + nameOf(static_cast<std::size_t>(used)) + ", not for its " +
+                                  nameOf(wanted));
+    }
     if (scene->mRootNode == nullptr)
         throw FormatError({}, "the file has no scene");
     // A scene that is flagged as incomplete has no meshes or no materials, such as one of animations alone.
@@ -469,7 +479,8 @@ std::vector<std::unique_ptr<FormatRegistration>> RegisterAll()
         if (filter.empty())
             continue;
         registrations.push_back(std::make_unique<FormatRegistration>(
-            Format{ServiceNameOf(about->mName), KvText::FromUtf8(about->mName) + L" (Assimp)", filter, Read, -1}));
+            Format{ServiceNameOf(about->mName), KvText::FromUtf8(about->mName) + L" (Assimp)", filter,
+                   [i](Import& job) { return Read(job, i); }, -1}));
     }
     return registrations;
 }

@@ -156,7 +156,7 @@ void Accessors::Place(Layout& layout, const JsonValue& value)
 
 template <class To> std::vector<To> Accessors::Read(const Layout& layout)
 {
-    m_Buffers.Spend(layout.count * layout.width * sizeof(To));
+    m_Job.Spend(layout.count * layout.width * sizeof(To));
     std::vector<To> numbers(static_cast<std::size_t>(layout.count * layout.width));
     if (!layout.view)
         return numbers;

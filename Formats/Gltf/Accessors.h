@@ -2,6 +2,7 @@
 
 #include <Formats/Gltf/Buffers.h>
 #include <Formats/Gltf/Json.h>
+#include <Formats/Support/Import.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +16,9 @@ namespace Formats::Gltf {
 class Accessors
 {
 public:
-    Accessors(const JsonValue& document, Buffers& buffers) : m_Buffers(buffers), m_Values(document.List("accessors")) {}
+    Accessors(Import& job, const JsonValue& document, Buffers& buffers)
+        : m_Job(job), m_Buffers(buffers), m_Values(document.List("accessors"))
+    {}
 
     /// The index that a value holds.
     [[nodiscard]] std::uint32_t IndexOf(const JsonValue& value) const
@@ -41,6 +44,7 @@ private:
     template <class To> [[nodiscard]] std::vector<To> Read(const Layout& layout);
     template <class To> void Substitute(const Layout& layout, std::vector<To>& numbers);
 
+    Import& m_Job;
     Buffers& m_Buffers;
     std::vector<JsonValue> m_Values;
 };

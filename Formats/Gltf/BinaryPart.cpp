@@ -38,20 +38,33 @@ void MakeUnit(float* normal)
     normal[2] = length > 0 ? static_cast<float>(z / length) : 1.0F;
 }
 
-/// Writes numbers block by block, each changed by `change(block)`.
-template <class To, class From, class Change>
-void WriteChanged(OutputStream& stream, const std::vector<From>& numbers, Change change)
+/// Writes numbers block by block and tells how many bytes are done.
+class BlockWriter
 {
-    std::vector<To> block;
-    for (std::size_t first = 0; first < numbers.size(); first += s_BlockSize) {
-        const std::size_t count = std::min(s_BlockSize, numbers.size() - first);
-        block.resize(count);
-        std::transform(numbers.data() + first, numbers.data() + first + count, block.data(),
-                       [](From number) { return static_cast<To>(number); });
-        change(block);
-        stream.Write(block.data(), count * sizeof(To));
+public:
+    BlockWriter(OutputStream& stream, Export& job, std::uint64_t size) : m_Stream(stream), m_Job(job), m_Size(size) {}
+
+    /// Each block is changed by `change(block)`.
+    template <class To, class From, class Change> void Write(const std::vector<From>& numbers, Change change)
+    {
+        std::vector<To> block;
+        for (std::size_t first = 0; first < numbers.size(); first += s_BlockSize) {
+            const std::size_t count = std::min(s_BlockSize, numbers.size() - first);
+            block.resize(count);
+            std::transform(numbers.data() + first, numbers.data() + first + count, block.data(),
+                           [](From number) { return static_cast<To>(number); });
+            change(block);
+            m_Stream.Write(block.data(), count * sizeof(To));
+            m_Job.Progress(m_Done += count * sizeof(To), m_Size);
+        }
     }
-}
+
+private:
+    OutputStream& m_Stream;
+    Export& m_Job;
+    std::uint64_t m_Size;
+    std::uint64_t m_Done = 0;
+};
 } // namespace
 
 JsonText& BinaryPart::AddAccessor(Kind kind, std::size_t count)
@@ -123,30 +136,28 @@ void BinaryPart::AppendTo(JsonText& document) const
 
 void BinaryPart::WriteTo(OutputStream& stream, Export& job) const
 {
-    const std::uint64_t size = GetSize();
-    std::uint64_t done = 0;
+    BlockWriter writer(stream, job, GetSize());
+    const auto unchanged = [](const auto& /*block*/) {};
     for (std::size_t kind = 0; kind < KindCount; ++kind) {
         for (const std::vector<float>* const numbers : m_Sections[kind].floats) {
             if (kind == Normals)
-                WriteChanged<float>(stream, *numbers, [](std::vector<float>& block) {
+                writer.Write<float>(*numbers, [](std::vector<float>& block) {
                     for (std::size_t k = 0; k + 2 < block.size(); k += 3)
                         MakeUnit(&block[k]);
                 });
             else if (kind == TexCoords)
-                WriteChanged<float>(stream, *numbers, [](std::vector<float>& block) {
+                writer.Write<float>(*numbers, [](std::vector<float>& block) {
                     for (std::size_t k = 1; k < block.size(); k += 2)
                         block[k] = 1 - block[k];
                 });
             else
-                stream.Write(numbers->data(), numbers->size() * sizeof(float));
-            job.Progress(done += numbers->size() * sizeof(float), size);
+                writer.Write<float>(*numbers, unchanged);
         }
         for (const std::vector<unsigned int>* const indices : m_Sections[kind].indices) {
             if (kind == ShortIndices)
-                WriteChanged<std::uint16_t>(stream, *indices, [](const std::vector<std::uint16_t>& /*block*/) {});
+                writer.Write<std::uint16_t>(*indices, unchanged);
             else
-                WriteChanged<std::uint32_t>(stream, *indices, [](const std::vector<std::uint32_t>& /*block*/) {});
-            job.Progress(done += indices->size() * s_Layouts[kind].size, size);
+                writer.Write<std::uint32_t>(*indices, unchanged);
         }
     }
 }

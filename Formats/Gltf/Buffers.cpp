@@ -3,17 +3,13 @@
 #include <Formats/Gltf/Uri.h>
 #include <Formats/Support/FormatError.h>
 
-#include <LumvoData/Contracts/KelvraService/KvText.h>
-
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
 namespace Formats::Gltf {
 namespace {
 
-constexpr std::uint64_t s_FreeSpending = std::uint64_t{64} << 20U;
-constexpr std::uint64_t s_SpendingPerByte = 32;
+constexpr const char* s_Meshopt = "EXT_meshopt_compression";
 
 std::string Bytes(std::uint64_t count)
 {
@@ -24,13 +20,20 @@ std::string Bytes(std::uint64_t count)
 Buffers::Buffers(Import& job, const Container& container)
     : m_Job(job), m_Binary(container.GetBinary()), m_BufferValues(container.GetDocument().GetRoot().List("buffers")),
       m_ViewValues(container.GetDocument().GetRoot().List("bufferViews")), m_Buffers(m_BufferValues.size()),
-      m_Size(job.GetFile().GetSize())
-{}
+      m_Total(job.GetFile().GetSize())
+{
+    for (const JsonValue& buffer : m_BufferValues)
+        if (const auto uri = buffer.Find("uri"); uri && !IsDataUri(uri->AsText()))
+            m_Total += buffer.Integer("byteLength", 0);
+}
 
 Buffers::View Buffers::GetView(const JsonValue& index)
 {
     const JsonValue value = m_ViewValues[index.AsIndex(m_ViewValues.size(), "buffer views")];
     const JsonValue bufferIndex = value.At("buffer");
+    const JsonValue bufferValue = m_BufferValues[bufferIndex.AsIndex(m_BufferValues.size(), "buffers")];
+    if (value.FindExtension(s_Meshopt) && bufferValue.FindExtension(s_Meshopt) && !bufferValue.Find("uri"))
+        value.Fail(std::string("is compressed by ") + s_Meshopt + ", which is not read");
     const Buffer& buffer = GetBuffer(bufferIndex);
     View view{};
     view.buffer = static_cast<std::uint32_t>(&buffer - m_Buffers.data());
@@ -79,8 +82,7 @@ void Buffers::Locate(std::uint32_t index, Buffer& buffer)
     } else {
         const std::string& text = uri->AsText();
         const std::string name = DecodePercent(text);
-        const std::filesystem::path relative =
-            Kelvra::KvText::ToPath(Kelvra::KvText::FromUtf8(name)).lexically_normal();
+        const std::filesystem::path relative = std::filesystem::u8path(name).lexically_normal();
         if (name.find('\0') != std::string::npos || HasScheme(text) || HasScheme(name) || relative.empty() ||
             relative.has_root_path() || *relative.begin() == "..")
             uri->Fail("does not lead to a file in the folder: " + Quote(name));
@@ -91,7 +93,7 @@ void Buffers::Locate(std::uint32_t index, Buffer& buffer)
             uri->Fail("the file " + Quote(name) + " " + error.GetProblem());
         }
         if (m_Known.insert(relative).second)
-            m_Size += present;
+            m_Job.CountFile(present);
     }
     if (present < buffer.length)
         value.Fail("should have " + Bytes(buffer.length) + ", " + std::to_string(present) + " are there");
@@ -117,14 +119,6 @@ void Buffers::Read(const View& view, std::uint64_t offset, void* data, std::size
     else
         m_Job.GetFile().ReadAt(buffer.offset + offset, data, count);
     m_Read += count;
-    m_Job.Progress(std::min(m_Read, m_Job.GetFile().GetSize()));
-}
-
-void Buffers::Spend(std::uint64_t bytes)
-{
-    m_Spent += bytes;
-    if (m_Spent > s_FreeSpending + s_SpendingPerByte * m_Size)
-        throw FormatError({}, "the scene would take more than " + std::to_string(m_Spent >> 20U) +
-                                  " MB in memory, out of proportion to the file");
+    m_Job.Progress(m_Read, m_Total);
 }
 } // namespace Formats::Gltf

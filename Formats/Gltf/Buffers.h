@@ -36,10 +36,6 @@ public:
     /// Reads bytes of a view, which the caller has checked to be inside it.
     void Read(const View& view, std::uint64_t offset, void* data, std::size_t count);
 
-    /// Counts bytes of a result towards what a file of this size may lead to: references to the same data, many times
-    /// over, are small in a file and large in memory.
-    void Spend(std::uint64_t bytes);
-
 private:
     struct Buffer
     {
@@ -61,8 +57,7 @@ private:
     std::vector<Buffer> m_Buffers;
     std::unique_ptr<InputFile> m_Beside;     // the one read last, so that many buffers need no more than one open file
     std::set<std::filesystem::path> m_Known; // files beside this one
-    std::uint64_t m_Size;                    // of all files
-    std::uint64_t m_Spent = 0;
+    std::uint64_t m_Total;                   // of bytes to be read, in all files
     std::uint64_t m_Read = 0;
 };
 } // namespace Formats::Gltf

@@ -216,15 +216,10 @@ const JsonNode& JsonValue::Expect(JsonKind kind) const
 
 double JsonValue::AsNumber() const
 {
-    return Expect(JsonKind::Number).number;
-}
-
-float JsonValue::AsFloat() const
-{
-    const double number = AsNumber();
+    const double number = Expect(JsonKind::Number).number;
     if (std::fabs(number) > static_cast<double>(std::numeric_limits<float>::max()))
         Fail("is beyond what a float holds");
-    return static_cast<float>(number);
+    return number;
 }
 
 std::uint64_t JsonValue::AsInteger() const
@@ -304,6 +299,12 @@ JsonValue JsonValue::At(std::string_view name) const
     if (!member)
         throw FormatError((m_Node == 0 ? "" : GetPath() + ".") + std::string(name), "is missing");
     return *member;
+}
+
+std::optional<JsonValue> JsonValue::FindExtension(std::string_view name) const
+{
+    const std::optional<JsonValue> extensions = Find("extensions");
+    return extensions ? extensions->Find(name) : std::nullopt;
 }
 
 float JsonValue::Float(std::string_view name, float otherwise) const

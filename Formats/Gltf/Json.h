@@ -58,9 +58,9 @@ public:
     [[nodiscard]] std::string GetPath() const;
     [[noreturn]] void Fail(const std::string& problem) const;
 
+    /// A number within the range of floats.
     [[nodiscard]] double AsNumber() const;
-    /// A number that a float can hold.
-    [[nodiscard]] float AsFloat() const;
+    [[nodiscard]] float AsFloat() const { return static_cast<float>(AsNumber()); }
     /// A whole number from 0 to 2^53.
     [[nodiscard]] std::uint64_t AsInteger() const;
     /// An integer below `count`, the number of `things`.
@@ -77,6 +77,8 @@ public:
     /// A member of an object; `At` requires it.
     [[nodiscard]] std::optional<JsonValue> Find(std::string_view name) const;
     [[nodiscard]] JsonValue At(std::string_view name) const;
+    /// A member of the member "extensions", if there are both.
+    [[nodiscard]] std::optional<JsonValue> FindExtension(std::string_view name) const;
 
     // Members that may be missing.
     [[nodiscard]] float Float(std::string_view name, float otherwise) const;

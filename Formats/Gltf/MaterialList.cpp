@@ -16,6 +16,8 @@ namespace {
 
 using namespace Kelvra;
 
+// As fine as the floats of a colour tell it, so that what is read is written as it was.
+constexpr double s_MetallicSteps = 1e6;
 constexpr float s_SameColour = 0.002F;   // half of what a screen can show
 constexpr float s_SameShininess = 0.01F; // of the greater one
 
@@ -51,7 +53,8 @@ std::uint32_t MaterialList::Add(const ANodeStyle& style, bool placed)
 
 void MaterialList::AddSurface(const AMaterial& material, bool transparent, bool textured)
 {
-    const Pbr pbr = ToPbr(material);
+    Pbr pbr = ToPbr(material);
+    pbr.metallic = std::round(pbr.metallic * s_MetallicSteps) / s_MetallicSteps;
     const ATexture* const texture = material.GetDiffuseTexture().get();
     const std::optional<std::uint32_t> index = textured ? AddTexture(*texture) : std::nullopt;
     JsonText& text = m_Materials.Add();

@@ -16,17 +16,10 @@ using namespace Kelvra;
 constexpr std::uint64_t s_Repeat = 10497;
 constexpr std::size_t s_LongestName = 100;
 
-/// An extension of an object of the document.
-std::optional<JsonValue> Extension(const JsonValue& value, std::string_view name)
-{
-    const std::optional<JsonValue> extensions = value.Find("extensions");
-    return extensions ? extensions->Find(name) : std::nullopt;
-}
-
 /// The texture that gives a material its colours.
 std::optional<JsonValue> ColourTexture(const JsonValue& material)
 {
-    if (const auto glossy = Extension(material, "KHR_materials_pbrSpecularGlossiness"))
+    if (const auto glossy = material.FindExtension("KHR_materials_pbrSpecularGlossiness"))
         return glossy->Find("diffuseTexture");
     const auto pbr = material.Find("pbrMetallicRoughness");
     return pbr ? pbr->Find("baseColorTexture") : std::nullopt;
@@ -83,7 +76,7 @@ Materials::Look Materials::Make(const JsonValue& value)
     const auto material = std::make_shared<AMaterial>();
     Pbr pbr;
     float base[4] = {1, 1, 1, 1};
-    const auto glossy = Extension(value, "KHR_materials_pbrSpecularGlossiness");
+    const auto glossy = value.FindExtension("KHR_materials_pbrSpecularGlossiness");
     if (glossy) {
         float specular[3] = {1, 1, 1};
         glossy->Numbers("diffuseFactor", base);
@@ -135,7 +128,7 @@ void Materials::CountLosses(const JsonValue& value)
         m_Job.Lose("names of materials");
     if (value.Flag("doubleSided", false))
         m_Job.Lose("double-sided materials");
-    if (Extension(value, "KHR_materials_unlit"))
+    if (value.FindExtension("KHR_materials_unlit"))
         m_Job.Lose("unlit materials");
     const auto loseTexture = [&](const std::optional<JsonValue>& holder, const char* name, const char* what) {
         if (!holder)
@@ -146,7 +139,7 @@ void Materials::CountLosses(const JsonValue& value)
         }
     };
     loseTexture(value.Find("pbrMetallicRoughness"), "metallicRoughnessTexture", "metallic-roughness textures");
-    loseTexture(Extension(value, "KHR_materials_pbrSpecularGlossiness"), "specularGlossinessTexture",
+    loseTexture(value.FindExtension("KHR_materials_pbrSpecularGlossiness"), "specularGlossinessTexture",
                 "specular-glossiness textures");
     loseTexture(value, "normalTexture", "normal textures");
     loseTexture(value, "occlusionTexture", "occlusion textures");
@@ -203,7 +196,7 @@ std::wstring Materials::FileNameOf(std::uint32_t image)
         }
     } else {
         const Buffers::View view = m_Buffers.GetView(value.At("bufferView"));
-        m_Buffers.Spend(view.length);
+        m_Job.Spend(view.length);
         std::string bytes(static_cast<std::size_t>(view.length), '\0');
         m_Buffers.Read(view, 0, bytes.data(), bytes.size());
         fileName = Keep(image, value.Text("mimeType"), bytes);

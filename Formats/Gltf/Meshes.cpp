@@ -15,9 +15,10 @@ namespace {
 
 using namespace Kelvra;
 
+constexpr const char* s_Draco = "KHR_draco_mesh_compression";
 constexpr std::uint32_t s_None = std::numeric_limits<std::uint32_t>::max();
 // What edges and places in lists take besides the numbers.
-constexpr std::uint64_t s_EdgeSize = 160;
+constexpr std::uint64_t s_EdgeSize = 240;
 constexpr std::uint64_t s_ItemSize = 48;
 
 enum Mode : std::uint32_t
@@ -55,7 +56,7 @@ bool Meshes::Source::operator<(const Source& other) const noexcept
 }
 
 Meshes::Meshes(Import& job, const JsonValue& document, Buffers& buffers, Materials& materials)
-    : m_Job(job), m_Buffers(buffers), m_Materials(materials), m_Accessors(document, buffers)
+    : m_Job(job), m_Materials(materials), m_Accessors(job, document, buffers)
 {
     for (const JsonValue& value : document.List("meshes")) {
         Mesh& mesh = m_Meshes.emplace_back();
@@ -69,6 +70,7 @@ Meshes::Meshes(Import& job, const JsonValue& document, Buffers& buffers, Materia
 void Meshes::AddPrimitive(Mesh& mesh, const JsonValue& value)
 {
     const JsonValue attributes = value.At("attributes");
+    CheckCompression(value, attributes);
     const auto accessor = [&](const JsonValue& holder, const std::string& name) {
         const auto index = holder.Find(name);
         return index ? m_Accessors.IndexOf(*index) : s_None;
@@ -103,6 +105,19 @@ void Meshes::AddPrimitive(Mesh& mesh, const JsonValue& value)
     if (!first && user->second && (*user->second < source || source < *user->second))
         user->second.reset();
     mesh.primitives.push_back(primitive);
+}
+
+/// The numbers of a compressed primitive may be there a second time, for readers without the extension.
+void Meshes::CheckCompression(const JsonValue& primitive, const JsonValue& attributes) const
+{
+    if (!primitive.FindExtension(s_Draco))
+        return;
+    std::vector<JsonValue> users = attributes.AsMembers();
+    if (const auto indices = primitive.Find("indices"))
+        users.push_back(*indices);
+    for (const JsonValue& user : users)
+        if (!m_Accessors.GetValue(m_Accessors.IndexOf(user)).Find("bufferView"))
+            primitive.Fail(std::string("is compressed by ") + s_Draco + ", which is not read");
 }
 
 void Meshes::CountLosses(const JsonValue& primitive, const std::string& texCoords, bool lines)
@@ -194,7 +209,7 @@ std::shared_ptr<AEntity> Meshes::MakeEntityOf(const std::vector<const Geometry*>
     std::vector<std::shared_ptr<ASubMesh>> meshes;
     std::vector<std::shared_ptr<ASubEdge>> edges;
     for (const Geometry* const piece : pieces) {
-        m_Buffers.Spend(s_ItemSize * std::max<std::size_t>(piece->edges.size(), 1));
+        m_Job.Spend(s_ItemSize * std::max<std::size_t>(piece->edges.size(), 1));
         if (piece->mesh)
             meshes.push_back(piece->mesh);
         edges.insert(edges.end(), piece->edges.begin(), piece->edges.end());
@@ -244,7 +259,7 @@ std::shared_ptr<ASubMesh> Meshes::MakeMesh(const Primitive& primitive)
     if (indexed) {
         indices = m_Accessors.ReadIndices(primitive.value.At("indices"), vertices.GetCount());
     } else if (source.mode != Points) {
-        m_Buffers.Spend(vertices.GetCount() * sizeof(std::uint32_t));
+        m_Job.Spend(vertices.GetCount() * sizeof(std::uint32_t));
         indices.resize(vertices.GetCount());
         std::iota(indices.begin(), indices.end(), 0U);
     }
@@ -259,7 +274,7 @@ std::shared_ptr<ASubMesh> Meshes::MakeMesh(const Primitive& primitive)
     if (indexed && (shared || source.mode == Points)) {
         Pick(own, indices);
     } else if (shared) {
-        m_Buffers.Spend(vertices.GetCount() * 8 * sizeof(float));
+        m_Job.Spend(vertices.GetCount() * 8 * sizeof(float));
         own = vertices;
     } else {
         own = std::move(vertices);
@@ -288,7 +303,7 @@ void Meshes::Pick(Vertices& picked, std::vector<std::uint32_t>& indices)
         }
         index = place;
     }
-    m_Buffers.Spend(from.size() * 8 * sizeof(float));
+    m_Job.Spend(from.size() * 8 * sizeof(float));
     picked.positions.reserve(from.size() * 3);
     picked.normals.reserve(m_Vertices.normals.empty() ? 0 : from.size() * 3);
     picked.texCoords.reserve(m_Vertices.texCoords.empty() ? 0 : from.size() * 2);
@@ -312,7 +327,7 @@ std::vector<std::uint32_t> Meshes::MakeTriangles(std::vector<std::uint32_t> corn
         }
         return corners;
     }
-    m_Buffers.Spend(corners.size() * 3 * sizeof(std::uint32_t));
+    m_Job.Spend(corners.size() * 3 * sizeof(std::uint32_t));
     std::vector<std::uint32_t> triangles;
     triangles.reserve((corners.size() - 2) * 3);
     for (std::size_t k = 0; k + 2 < corners.size(); ++k) {
@@ -335,7 +350,7 @@ std::vector<std::shared_ptr<ASubEdge>> Meshes::MakeEdges(const Primitive& primit
     if (source.indices != s_None) {
         ends = m_Accessors.ReadIndices(primitive.value.At("indices"), vertices.GetCount());
     } else {
-        m_Buffers.Spend(vertices.GetCount() * sizeof(std::uint32_t));
+        m_Job.Spend(vertices.GetCount() * sizeof(std::uint32_t));
         ends.resize(vertices.GetCount());
         std::iota(ends.begin(), ends.end(), 0U);
     }
@@ -363,7 +378,7 @@ std::vector<std::shared_ptr<ASubEdge>> Meshes::MakeEdges(const Primitive& primit
                 points.insert(points.end(), point(next), point(next) + 3);
             }
         }
-        m_Buffers.Spend(s_EdgeSize + points.size() * sizeof(float));
+        m_Job.Spend(s_EdgeSize + points.size() * sizeof(float));
         edges.push_back(std::make_shared<ASubEdge>());
         edges.back()->VertexBuffer() = std::move(points);
         FitBox(*edges.back());

@@ -80,6 +80,7 @@ private:
     };
 
     void AddPrimitive(Mesh& mesh, const JsonValue& value);
+    void CheckCompression(const JsonValue& primitive, const JsonValue& attributes) const;
     void CountLosses(const JsonValue& primitive, const std::string& texCoords, bool lines);
     [[nodiscard]] std::vector<Part> MakeParts(const Mesh& mesh);
     [[nodiscard]] std::shared_ptr<Kelvra::AEntity> MakeEntityOf(const std::vector<const Geometry*>& pieces);
@@ -91,7 +92,6 @@ private:
     void Pick(Vertices& picked, std::vector<std::uint32_t>& indices);
 
     Import& m_Job;
-    Buffers& m_Buffers;
     Materials& m_Materials;
     Accessors m_Accessors;
     std::vector<Mesh> m_Meshes;

@@ -125,8 +125,7 @@ AMath::Matrix4 TransformOf(const JsonValue& node)
 
 bool IsVisible(const JsonValue& node)
 {
-    const auto extensions = node.Find("extensions");
-    const auto visibility = extensions ? extensions->Find(s_Visibility) : std::nullopt;
+    const auto visibility = node.FindExtension(s_Visibility);
     return !visibility || visibility->Flag("visible", true);
 }
 
@@ -143,7 +142,7 @@ public:
     [[nodiscard]] std::shared_ptr<ASceneNode> Build()
     {
         const std::vector<std::uint32_t>& order = m_Tree.GetOrder();
-        m_Buffers.Spend(s_NodeSize * order.size());
+        m_Job.Spend(s_NodeSize * order.size());
         // Children first, so that groups add them with complete boxes.
         for (auto node = order.rbegin(); node != order.rend(); ++node)
             m_Made[*node] = Make(*node);
@@ -177,7 +176,7 @@ private:
             node = Show(parts.front());
         } else {
             auto group = std::make_shared<AGroupSceneNode>();
-            m_Buffers.Spend(s_NodeSize * parts.size());
+            m_Job.Spend(s_NodeSize * parts.size());
             for (const Meshes::Part& part : parts)
                 group->AddChildNode(Show(part));
             for (const std::uint32_t child : children)

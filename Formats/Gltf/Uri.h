@@ -21,6 +21,6 @@ struct DataUri
 
 /// With each %XX as the byte it stands for; other uses of % stay what they are.
 [[nodiscard]] std::string DecodePercent(std::string_view uri);
-/// The path of a file, in UTF-8, as a relative URI.
+/// The path of a file, in UTF-8 or whatever bytes it has, as a relative URI.
 [[nodiscard]] std::string EncodePercent(std::string_view path);
 } // namespace Formats::Gltf

@@ -6,8 +6,8 @@
 #include <Formats/Gltf/Uri.h>
 #include <Formats/Support/FormatError.h>
 #include <Formats/Support/Geometry.h>
+#include <Formats/Support/Words.h>
 
-#include <LumvoData/Contracts/KelvraService/KvText.h>
 #include <LumvoData/Entity/AEntityVisitor.h>
 #include <LumvoData/Entity/AGroupEntity.h>
 #include <LumvoData/Entity/ASubPolygon.h>
@@ -243,8 +243,8 @@ private:
     {
         std::vector<double> elements;
         for (std::size_t k = 0; k < 16; ++k) {
-            if (!std::isfinite(m[k]))
-                throw FormatError(m_Place, "the transform is not finite");
+            if (!std::isfinite(ToFloat(m[k])))
+                throw FormatError(m_Place, "the transform has a number that is not finite or that no float can hold");
             elements.push_back(m[k]);
         }
         if (m[3] != 0 || m[7] != 0 || m[11] != 0 || m[15] != 1)
@@ -440,8 +440,7 @@ void WriteGltf(Export& job)
     const Document document(job);
     std::filesystem::path numbers = job.GetPath();
     numbers.replace_extension(".bin");
-    const std::string name = Kelvra::KvText::ToUtf8(Kelvra::KvText::FromPath(numbers.filename()));
-    job.Open(job.GetPath()).Write(document.GetText(EncodePercent(name)));
+    job.Open(job.GetPath()).Write(document.GetText(EncodePercent(numbers.filename().u8string())));
     if (document.GetBinary().GetSize() > 0)
         document.GetBinary().WriteTo(job.Open(numbers), job);
 }

@@ -15,6 +15,10 @@ namespace {
 using namespace Kelvra;
 using AMath::ColourValue;
 
+// What things take in memory.
+constexpr std::uint64_t s_StylesSize = 1024;
+constexpr std::uint64_t s_TextureSize = 512;
+
 /// A material while its statements are read, with what it has where it says nothing.
 struct Material
 {
@@ -202,7 +206,10 @@ bool MaterialLibrary::LoadFile(std::string_view name)
 {
     std::wstring wide = WideName(name);
     std::replace(wide.begin(), wide.end(), L'\\', L'/');
-    const std::filesystem::path file = (m_Job.GetPath().parent_path() / KvText::ToPath(wide)).lexically_normal();
+    const std::filesystem::path relative = KvText::ToPath(wide).lexically_normal();
+    if (relative.empty() || relative.has_root_path() || *relative.begin() == "..")
+        return false;
+    const std::filesystem::path file = (m_Job.GetPath().parent_path() / relative).lexically_normal();
     if (m_Files.count(file) != 0)
         return true;
     std::unique_ptr<InputFile> input;
@@ -212,6 +219,7 @@ bool MaterialLibrary::LoadFile(std::string_view name)
         return false;
     }
     m_Files.insert(file);
+    m_Job.CountFile(input->GetSize());
     if (input->GetSize() > 0)
         Read(*input, KvText::ToUtf8(wide));
     return true;
@@ -224,8 +232,10 @@ void MaterialLibrary::Read(InputFile& file, const std::string& name)
     Material material;
     bool begun = false;
     const auto end = [&] {
-        if (begun)
+        if (begun && m_Styles.count(material.name) == 0) {
+            m_Job.Spend(s_StylesSize);
             m_Styles.emplace(material.name, MakeStyles(material));
+        }
     };
     while (statements.Next()) {
         const std::string_view keyword = statements.GetKeyword();
@@ -275,6 +285,7 @@ std::shared_ptr<ATexture> MaterialLibrary::TextureOf(std::string_view fileName)
     std::replace(wide.begin(), wide.end(), L'\\', L'/');
     std::shared_ptr<ATexture>& texture = m_Textures[wide];
     if (!texture) {
+        m_Job.Spend(s_TextureSize);
         texture = std::make_shared<ATexture>();
         texture->SetFileName(wide);
         const std::wstring base = wide.substr(wide.rfind(L'/') + 1);

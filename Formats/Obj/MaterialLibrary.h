@@ -29,7 +29,7 @@ public:
     explicit MaterialLibrary(Import& job) : m_Job(job) {}
 
     /// Reads what an mtllib statement names: one file, or several with blanks between them. A file that is not there
-    /// is a loss, one that makes no sense a FormatError.
+    /// or not in the model's folder or below it is a loss, one that makes no sense a FormatError.
     void Load(std::string_view names);
     /// Null for a name that no file defines.
     [[nodiscard]] const Styles* Find(const std::string& name) const;

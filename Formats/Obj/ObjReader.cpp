@@ -21,6 +21,12 @@ namespace {
 using namespace Kelvra;
 
 constexpr std::uint32_t s_None = std::numeric_limits<std::uint32_t>::max();
+// What things take in memory, at their peak.
+constexpr std::uint64_t s_PieceSize = 960; // a node with its entity and mesh, and what they are made of
+constexpr std::uint64_t s_EdgeSize = 288;
+constexpr std::uint64_t s_NameSize = 160;
+constexpr std::uint64_t s_TriangleSize = 96;
+constexpr std::uint64_t s_CornerSize = 64; // of a polygon that is cut, a line, or a point
 
 /// Positions in the file's lists of positions, texture coordinates and normals, from 0; s_None where there is none.
 struct Corner
@@ -244,11 +250,18 @@ private:
         return quoted.substr(1, quoted.size() - 2);
     }
 
-    Piece& GetPiece(unsigned kind) { return m_Pieces[{m_Group, m_Material, kind}]; }
+    Piece& GetPiece(unsigned kind)
+    {
+        const auto [place, fresh] = m_Pieces.try_emplace({m_Group, m_Material, kind});
+        if (fresh)
+            m_Job.Spend(s_PieceSize);
+        return place->second;
+    }
 
     void ReadFace()
     {
         Piece& piece = GetPiece(TakeCorners(3));
+        m_Job.Spend(m_Corners.size() == 3 ? s_TriangleSize : (s_TriangleSize + s_CornerSize) * m_Corners.size());
         m_Polygon.clear();
         for (const Corner& corner : m_Corners)
             m_Polygon.push_back(corner.position);
@@ -260,6 +273,7 @@ private:
     void ReadPoints()
     {
         Piece& piece = GetPiece(Points | TakeCorners(1));
+        m_Job.Spend(s_CornerSize * m_Corners.size());
         piece.corners.insert(piece.corners.end(), m_Corners.begin(), m_Corners.end());
     }
     void ReadLine()
@@ -267,6 +281,7 @@ private:
         const unsigned kind = TakeCorners(2);
         if (kind != 0)
             m_Job.Lose("texture coordinates and normals of lines", m_Corners.size());
+        m_Job.Spend(s_EdgeSize + s_CornerSize * m_Corners.size());
         const auto edge = std::make_shared<ASubEdge>();
         edge->VertexBuffer().reserve(3 * m_Corners.size());
         for (const Corner& corner : m_Corners)
@@ -293,8 +308,10 @@ private:
     {
         const std::string name(m_Statements.GetRest());
         const auto [place, fresh] = m_GroupsOfObject.emplace(name, m_Named.size());
-        if (fresh)
+        if (fresh) {
+            m_Job.Spend(s_NameSize);
             m_Named.push_back(!name.empty());
+        }
         m_Group = place->second;
     }
     void StartObject()
@@ -306,8 +323,10 @@ private:
     void UseMaterial()
     {
         const auto [place, fresh] = m_Materials.emplace(m_Statements.GetRest(), m_MaterialNames.size());
-        if (fresh)
+        if (fresh) {
+            m_Job.Spend(s_NameSize);
             m_MaterialNames.push_back(place->first);
+        }
         m_Material = place->second;
     }
     void LoadMaterials() { m_Library.Load(m_Statements.GetRest()); }

@@ -23,6 +23,16 @@ void AppendNumber(std::string& text, float number)
     text.append(digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr);
 }
 
+/// Whether a name, as the last of a line, is read as it is: blanks around it are not a part of it, and behind a
+/// backslash the line goes on.
+bool EndsLine(const std::string& name)
+{
+    constexpr std::string_view blanks = " \t";
+    return !name.empty() && name.find_first_of("\r\n") == std::string::npos &&
+           blanks.find(name.front()) == std::string_view::npos && blanks.find(name.back()) == std::string_view::npos &&
+           name.back() != '\\';
+}
+
 /// A material of the MTL file from each style.
 class MtlWriter
 {
@@ -108,11 +118,13 @@ private:
         if (texture == nullptr)
             return;
         const std::wstring& file = texture->GetFileName();
-        if (file.empty() || std::any_of(file.begin(), file.end(), [](wchar_t c) { return c == L'\n' || c == L'\r'; })) {
+        const std::string name = KvText::ToUtf8(file);
+        if (!EndsLine(name)) {
             m_Job.Lose("textures without a file name that fits on a line");
             return;
         }
-        m_Text += std::string(keyword) + ' ' + KvText::ToUtf8(file) + '\n';
+        // What begins with a hyphen is an option.
+        m_Text += std::string(keyword) + (name.front() == '-' ? " ./" : " ") + name + '\n';
         const std::wstring base = file.substr(file.find_last_of(L"/\\") + 1);
         if (texture->GetName() != base.substr(0, base.rfind(L'.')))
             m_Job.Lose("names of textures");
@@ -134,8 +146,7 @@ public:
 
     void Write()
     {
-        std::uint64_t total = 0, done = 0;
-        ForEachPlaced(m_Job.GetRoots(), [&](const Placed&) { ++total; });
+        ForEachPlaced(m_Job.GetRoots(), [&](const Placed& placed) { m_Total += CountNumbers(placed); });
         const LeftOut leftOut = ForEachPlaced(m_Job.GetRoots(), [&](const Placed& placed) {
             StartNode(placed);
             if (placed.mesh)
@@ -145,8 +156,8 @@ public:
             else
                 WritePolygon(placed);
             m_Out.Write(std::exchange(m_Text, {}));
-            m_Job.Progress(++done, total);
         });
+        m_Job.Progress(m_Total, m_Total);
         if (leftOut.texts > 0)
             m_Job.Lose("texts", leftOut.texts);
         if (leftOut.hiddenNodes > 0)
@@ -163,6 +174,15 @@ private:
         if (materials == file)
             materials += ".mtl";
         return materials;
+    }
+
+    /// What the progress counts.
+    static std::uint64_t CountNumbers(const Placed& placed)
+    {
+        if (const ASubMesh* const mesh = placed.mesh.get())
+            return mesh->VertexBuffer().size() + mesh->TexCoordBuffer().size() + mesh->NormalBuffer().size() +
+                   mesh->IndexBuffer().size();
+        return placed.edge ? placed.edge->VertexBuffer().size() : placed.polygon->VertexBuffer().size();
     }
 
     void StartNode(const Placed& placed)
@@ -186,10 +206,11 @@ private:
         if (name == m_Material)
             return;
         if (!std::exchange(m_MaterialFileNamed, true)) {
-            const std::string file = KvText::ToUtf8(KvText::FromPath(m_MaterialFile.filename()));
-            if (file.find_first_of("\r\n") != std::string::npos)
-                throw FormatError({}, "a file name with a line break cannot stand in the file");
-            m_Text += "mtllib " + file + '\n';
+            const std::filesystem::path file = m_MaterialFile.filename();
+            const std::string line = KvText::ToUtf8(KvText::FromPath(file));
+            if (!EndsLine(line) || line.find('\\') != std::string::npos || std::filesystem::u8path(line) != file)
+                throw FormatError({}, "the name of the material file, " + Quote(line) + ", cannot stand in the file");
+            m_Text += "mtllib " + line + '\n';
         }
         m_Text += "usemtl" + (name.empty() ? "" : ' ' + name) + '\n'; // without a name: no material from here on
         m_Material = name;
@@ -222,6 +243,7 @@ private:
                 PutCorner(indices[k], texCoords, normals, indices[k]);
             }
             m_Text += '\n';
+            m_Done += 3;
             Flush();
         }
         Advance(count, texCoords, normals ? count : 0);
@@ -304,8 +326,9 @@ private:
             AppendNumber(m_Text, numbers[i]);
             if (i % width == width - 1)
                 m_Text += '\n';
+            ++m_Done;
+            Flush();
         }
-        Flush();
     }
     /// Statements of the next `count` positions, at most `most` in each.
     void PutElements(const char* keyword, std::size_t count, std::size_t most)
@@ -339,6 +362,7 @@ private:
             return;
         m_Out.Write(m_Text);
         m_Text.clear();
+        m_Job.Progress(m_Done, m_Total);
     }
 
     static constexpr std::size_t s_PointsPerLine = 16;
@@ -348,7 +372,9 @@ private:
     MtlWriter m_Materials;
     std::filesystem::path m_MaterialFile;
     OutputStream& m_Out;
-    std::string m_Text; // on its way into the file
+    std::string m_Text;        // on its way into the file
+    std::uint64_t m_Total = 0; // of numbers
+    std::uint64_t m_Done = 0;
 
     const ASceneNode* m_Node = nullptr;
     AMath::Matrix4 m_ToWorld;

@@ -17,6 +17,7 @@ using Kelvra::KvText::FromUtf8;
 using Kelvra::KvText::ToUtf8;
 
 constexpr std::string_view s_Blanks = " \t";
+constexpr std::size_t s_MostQuoted = 8;
 
 bool StartsWith(std::string_view text, std::string_view start) noexcept
 {
@@ -73,8 +74,8 @@ bool Statements::Next()
 {
     while (NextLine())
         if (NextWord(m_Keyword)) {
-            if (!IsKeyword(m_Keyword))
-                Fail(Quote(std::string(m_Keyword)) + " is no statement");
+            if (!IsKeyword(m_Keyword)) // a file of another kind, whose contents are not for messages
+                Fail(Quote(std::string(m_Keyword.substr(0, s_MostQuoted))) + " is no statement");
             return true;
         }
     return false;

@@ -22,7 +22,13 @@ namespace {
 using namespace Kelvra;
 
 constexpr std::size_t s_None = PlyElement::None;
-constexpr double s_StripEnd = -1; // among the indices of a strip
+// What things take in memory, at their peak.
+constexpr std::uint64_t s_EdgeSize = 320;
+constexpr std::uint64_t s_EdgePointSize = 24;
+constexpr std::uint64_t s_TriangleSize = 36;
+constexpr std::uint64_t s_OwnVerticesSize = 180; // of a triangle whose corners have texture coordinates of their own
+constexpr std::uint64_t s_CornerSize = 64;       // of a polygon that is cut
+constexpr double s_StripEnd = -1;                // among the indices of a strip
 
 bool IsColour(std::string_view property)
 {
@@ -66,7 +72,7 @@ private:
 
     void ReadElement(PlyElement& element)
     {
-        if (element.count == 0)
+        if (element.count == 0 || element.properties.empty()) // rows of nothing, however many
             return;
         if (element.name == "face")
             ReadFaces(element);
@@ -139,6 +145,8 @@ private:
                 throw Wrong(std::to_string(face.size()) + " corners should have " + std::to_string(2 * face.size()) +
                             " texture coordinates, there are " + std::to_string(m_Row.GetCount(texCoords)));
             triangles.clear();
+            const std::uint64_t triangleSize = s_TriangleSize + (m_CornersHaveTexCoords ? s_OwnVerticesSize : 0);
+            m_Import.Spend(face.size() == 3 ? triangleSize : (triangleSize + s_CornerSize) * face.size());
             if (face.size() == 3)
                 triangles = {0, 1, 2};
             else if (face.size() > 3)
@@ -174,6 +182,7 @@ private:
                 ++length;
                 if (length < 3 || last[0] == last[1] || last[1] == last[2] || last[0] == last[2])
                     continue;
+                m_Import.Spend(s_TriangleSize);
                 const bool turned = length % 2 == 0;
                 m_Corners.insert(m_Corners.end(), {last[0], last[turned ? 2 : 1], last[turned ? 1 : 2]});
             }
@@ -191,8 +200,11 @@ private:
             m_Rows->Read(element, m_Row);
             const std::uint32_t from = ToIndex(*m_Row.GetValues(columns[0]));
             const std::uint32_t to = ToIndex(*m_Row.GetValues(columns[1]));
-            if (m_Edges.empty() || m_Edges.back().back() != from)
+            if (m_Edges.empty() || m_Edges.back().back() != from) {
+                m_Import.Spend(s_EdgeSize);
                 m_Edges.push_back({from});
+            }
+            m_Import.Spend(s_EdgePointSize);
             m_Edges.back().push_back(to);
         }
     }

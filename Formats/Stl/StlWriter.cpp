@@ -57,6 +57,9 @@ private:
             m_Job.Lose("point clouds", mesh.VertexBuffer().empty() ? 0 : 1);
             return;
         }
+        if (mesh.IndexBuffer().size() % 3 != 0)
+            throw FormatError({}, "a mesh of the scene has " + std::to_string(mesh.IndexBuffer().size()) +
+                                      " indices, which is no multiple of 3");
         m_Count += mesh.IndexBuffer().size() / 3;
         m_Job.Lose("normals of vertices", mesh.NormalBuffer().size() / 3);
         m_Job.Lose("texture coordinates", mesh.TexCoordBuffer().size() / 2);

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <new>
 #include <optional>
+#include <utility>
 
 namespace Formats {
 namespace {
@@ -18,7 +19,8 @@ using namespace Kelvra;
 
 /// Runs a reader and then `finish` on its result; tells the listener what went wrong, if anything did.
 template <class Finish>
-auto Run(const Reader& read, const std::wstring& fileName, Finish finish) -> decltype(finish(nullptr))
+auto Run(const Reader& read, const std::wstring& fileName, Finish finish)
+    -> decltype(finish(std::declval<Import&>(), nullptr))
 {
     const std::filesystem::path file = KvText::ToPath(fileName);
     std::optional<FormatError> failure;
@@ -27,7 +29,7 @@ auto Run(const Reader& read, const std::wstring& fileName, Finish finish) -> dec
         if (import.GetFile().GetSize() == 0)
             throw FormatError({}, "is empty");
         const std::shared_ptr<ASceneNode> node = read(import);
-        auto result = node ? finish(node) : nullptr;
+        auto result = node ? finish(import, node) : nullptr;
         if (!result)
             throw FormatError({}, "holds nothing that can be loaded");
         import.TellLosses();
@@ -52,7 +54,7 @@ public:
 private:
     std::shared_ptr<ASceneNode> OnLoadFile(const std::wstring& fileName) override
     {
-        return Run(m_Read, fileName, [](const std::shared_ptr<ASceneNode>& node) { return node; });
+        return Run(m_Read, fileName, [](Import&, const std::shared_ptr<ASceneNode>& node) { return node; });
     }
 
     Reader m_Read;
@@ -68,7 +70,9 @@ public:
 private:
     std::shared_ptr<AEntity> OnLoadFile(const std::wstring& fileName) override
     {
-        return Run(m_Read, fileName, [](const std::shared_ptr<ASceneNode>& node) { return Flatten({node}); });
+        return Run(m_Read, fileName, [](Import& import, const std::shared_ptr<ASceneNode>& node) {
+            return Flatten({node}, import.GetBudget());
+        });
     }
 
     Reader m_Read;

@@ -1,6 +1,7 @@
 #include <Formats/Support/Geometry.h>
 
 #include <Formats/Support/FormatError.h>
+#include <Formats/Support/Words.h>
 
 #include <LumvoData/Entity/AEdgeEntity.h>
 #include <LumvoData/Entity/AEdgeListEntity.h>
@@ -22,6 +23,22 @@ namespace Formats {
 namespace {
 
 using namespace Kelvra;
+
+constexpr std::uint64_t s_PlaceSize = 64;  // in the lists that lead to an entity
+constexpr std::uint64_t s_PieceSize = 320; // of a mesh or an edge besides its numbers
+
+/// What a copy takes in memory; a polygon becomes a mesh first and is then moved.
+std::uint64_t SizeOf(const Placed& placed)
+{
+    if (placed.edge)
+        return s_PieceSize + placed.edge->VertexBuffer().size() * sizeof(float);
+    if (placed.polygon)
+        return 2 * s_PieceSize + 8 * placed.polygon->VertexBuffer().size() * sizeof(float);
+    const ASubMesh& mesh = *placed.mesh;
+    return s_PieceSize + (mesh.VertexBuffer().size() + mesh.NormalBuffer().size() + mesh.TexCoordBuffer().size() +
+                          mesh.IndexBuffer().size()) *
+                             sizeof(float);
+}
 
 template <class Piece> void FitBoxOf(Piece& piece)
 {
@@ -171,8 +188,10 @@ std::vector<float> MovedPoints(const std::vector<float>& points, const AMath::Ma
     std::vector<float> moved(points.size());
     for (std::size_t i = 0; i + 2 < points.size(); i += 3)
         for (std::size_t axis = 0; axis < 3; ++axis)
-            moved[i + axis] = static_cast<float>(points[i] * m[axis] + points[i + 1] * m[4 + axis] +
-                                                 points[i + 2] * m[8 + axis] + m[12 + axis]);
+            moved[i + axis] =
+                ToFloat(points[i] * m[axis] + points[i + 1] * m[4 + axis] + points[i + 2] * m[8 + axis] + m[12 + axis]);
+    if (!std::all_of(moved.begin(), moved.end(), [](float coordinate) { return std::isfinite(coordinate); }))
+        throw FormatError({}, "a piece of geometry has a coordinate that is not finite where its transform puts it");
     return moved;
 }
 
@@ -234,12 +253,17 @@ LeftOut ForEachPlaced(const Roots& roots, const std::function<void(const Placed&
     return PlacedWalk(roots, visit).GetLeftOut();
 }
 
-std::shared_ptr<AEntity> Flatten(const Roots& roots)
+std::shared_ptr<AEntity> Flatten(const Roots& roots, std::uint64_t budget)
 {
     std::vector<std::shared_ptr<ASubMesh>> meshes;
     std::vector<std::shared_ptr<ASubEdge>> edges;
+    std::uint64_t taken = 0;
     ForEachPlaced(roots, [&](const Placed& placed) {
         const bool there = placed.toWorld == AMath::Matrix4::IDENTITY;
+        taken += s_PlaceSize + (there && !placed.polygon ? 0 : SizeOf(placed));
+        if (taken > budget)
+            throw FormatError({}, "one piece of all geometry would take more than " + std::to_string(taken >> 20U) +
+                                      " MB in memory, out of proportion to the file");
         if (placed.edge)
             edges.push_back(there ? placed.edge : Transformed(*placed.edge, placed.toWorld));
         else {
@@ -276,7 +300,8 @@ std::shared_ptr<ASubMesh> Transformed(const ASubMesh& mesh, const AMath::Matrix4
             n[axis] = from[i] * cofactors[axis] + from[i + 1] * cofactors[3 + axis] + from[i + 2] * cofactors[6 + axis];
         const double length = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
         for (std::size_t axis = 0; axis < 3; ++axis)
-            normals[i + axis] = length > 0 ? static_cast<float>(n[axis] / length) : from[i + axis];
+            normals[i + axis] =
+                length > 0 && std::isfinite(length) ? static_cast<float>(n[axis] / length) : from[i + axis];
     }
     FitBox(*moved);
     return moved;

@@ -72,11 +72,16 @@ inline constexpr std::uint64_t MostPlaces = 10'000'000;
 
 /// All meshes, edges and polygons of a scene in world coordinates, as one entity made by MakeEntity; polygons become
 /// meshes. A piece that stands where its own coordinates put it is shared, any other copied.
+/// \param budget how many bytes the result may take: a piece that is shown many times is copied as often.
 /// \returns an empty pointer where there are none.
-[[nodiscard]] FORMATS_API std::shared_ptr<Kelvra::AEntity> Flatten(const Roots& roots);
+///
+/// - Errors: FormatError when it takes more, and what Transformed throws.
+[[nodiscard]] FORMATS_API std::shared_ptr<Kelvra::AEntity> Flatten(const Roots& roots, std::uint64_t budget);
 
 /// Copies of a piece, moved. Normals are mapped by the inverse transpose and made unit length; a transform that
 /// mirrors turns the triangles round.
+///
+/// - Errors: FormatError when a coordinate is not finite at its new place.
 [[nodiscard]] FORMATS_API std::shared_ptr<Kelvra::ASubMesh> Transformed(const Kelvra::ASubMesh& mesh,
                                                                         const AMath::Matrix4& transform);
 [[nodiscard]] FORMATS_API std::shared_ptr<Kelvra::ASubEdge> Transformed(const Kelvra::ASubEdge& edge,

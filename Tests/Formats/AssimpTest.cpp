@@ -123,34 +123,27 @@ TEST_F(AssimpTest, MaterialsBecomeFaceStyles)
 // Segments that follow one another are one edge; points are a mesh without indices.
 TEST_F(AssimpTest, LinesAndPointsKeepTheirKind)
 {
-    const auto pieces = Load(L"assimp-off", "a.obj", "v 0 0 0\nv 1 0 0\nv 2 0 0\nv 3 0 0\nl 1 2 3\nl 4 1\n");
-    ASSERT_EQ(pieces.size(), 2U);
-    EXPECT_EQ(pieces[0].edge->VertexBuffer(), (Floats{0, 0, 0, 1, 0, 0, 2, 0, 0}));
-    EXPECT_EQ(pieces[1].edge->VertexBuffer().size(), 6U);
-    const auto points = Load(L"assimp-off", "b.obj", "v 0 0 0\nv 1 0 0\nv 2 0 0\np 3 1\n");
-    ASSERT_EQ(points.size(), 1U);
-    EXPECT_EQ(points[0].mesh->VertexBuffer(), (Floats{2, 0, 0, 0, 0, 0}));
-    EXPECT_THAT(points[0].mesh->IndexBuffer(), IsEmpty());
+    const auto pieces = Load(L"assimp-extensible-3d-x3d", "a.x3d", R"(<?xml version="1.0" encoding="UTF-8"?>
+<X3D profile="Interchange" version="3.3"><Scene><Shape><IndexedLineSet coordIndex="0 1 -1 1 2 -1 3 0 -1">
+<Coordinate point="0 0 0 1 0 0 2 0 0 3 0 0"/></IndexedLineSet></Shape>
+<Shape><PointSet><Coordinate point="2 0 0 0 0 0"/></PointSet></Shape></Scene></X3D>)");
+    std::vector<Floats> edges; // in an order of the importer's own
+    std::vector<Floats> clouds;
+    for (const Formats::Placed& piece : pieces)
+        if (piece.edge)
+            edges.push_back(piece.edge->VertexBuffer());
+        else if (piece.mesh && piece.mesh->IndexBuffer().empty())
+            clouds.push_back(piece.mesh->VertexBuffer());
+    EXPECT_THAT(edges, testing::UnorderedElementsAre(Floats{0, 0, 0, 1, 0, 0, 2, 0, 0}, Floats{3, 0, 0, 0, 0, 0}));
+    EXPECT_THAT(clouds, ElementsAre(Floats{2, 0, 0, 0, 0, 0}));
 }
 
-TEST_F(AssimpTest, ImagesInsideTheFileAreKept)
+// What a service reads is what its name says.
+TEST_F(AssimpTest, FilesForOtherImportersAreRefused)
 {
-    constexpr const char* gltf = R"({"asset":{"version":"2.0"},"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],
-"meshes":[{"primitives":[{"attributes":{"POSITION":0},"material":0}]}],
-"materials":[{"pbrMetallicRoughness":{"baseColorTexture":{"index":0}}}],"textures":[{"source":0}],
-"images":[{"uri":"data:image/png;base64,aGVsbG8="}],
-"buffers":[{"byteLength":36,"uri":"data:application/octet-stream;base64,AAAAAAAAAAAAAAAAAACAPwAAAAAAAAAAAAAAAAAAgD8AAAAA"}],
-"bufferViews":[{"buffer":0,"byteLength":36}],
-"accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3","min":[0,0,0],"max":[1,1,0]}]})";
-    KeepImagesUnder(L"kept/");
-    const auto pieces = Load(L"assimp-off", "a.gltf", gltf);
-    ASSERT_EQ(pieces.size(), 1U);
-    EXPECT_THAT(GetImages(), ElementsAre(testing::Pair(L"kept/image0.png", "hello")));
-    EXPECT_EQ(pieces[0].faceStyle->GetMaterial()->GetDiffuseTexture()->GetFileName(), L"kept/image0.png");
-
-    KeepImagesUnder(L"");
-    EXPECT_EQ(Load(L"assimp-off", "a.gltf", gltf).at(0).faceStyle->GetMaterial()->GetDiffuseTexture(), nullptr);
-    EXPECT_THAT(TakeLosses(), testing::Contains("1 x images inside the file"));
+    PutText("a.dae", s_Collada);
+    EXPECT_EQ(LoadScene(L"assimp-off", "a.dae"), nullptr);
+    EXPECT_THAT(TakeErrors(), ElementsAre("is a file for Assimp's \"Collada Importer\", not for its \"OFF Importer\""));
 }
 
 TEST_F(AssimpTest, ErrorsAreHandedOn)

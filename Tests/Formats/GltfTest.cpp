@@ -410,6 +410,14 @@ INSTANTIATE_TEST_SUITE_P(
                  R"("nodes":[{"matrix":[1,0,0,0.5,0,1,0,0,0,0,1,0,0,0,0,1]}])",
                  "nodes[0].matrix: element 3 should be 0"},
         ErrorRow{{"NoRotation"}, R"("nodes":[{"rotation":[0,0,0,0]}])", "nodes[0].rotation: has no direction"},
+        ErrorRow{{"TransformBeyondBounds"},
+                 R"("nodes":[{"scale":[1,1e39,1]}])",
+                 "nodes[0].scale[1]: is beyond what a float holds"},
+        ErrorRow{{"Draco"},
+                 R"("accessors":[{"componentType":5126,"count":3,"type":"VEC3"}],"meshes":[{"primitives":[
+                    {"attributes":{"POSITION":0},"extensions":{"KHR_draco_mesh_compression":{}}}]}],)" +
+                     s_Node,
+                 "meshes[0].primitives[0]: is compressed by KHR_draco_mesh_compression, which is not read"},
         ErrorRow{{"FloatBeyondBounds"},
                  R"("materials":[{"emissiveFactor":[1e39,0,0]}],)" + s_View + s_Accessor +
                      R"("meshes":[{"primitives":[{"attributes":{"POSITION":0},"material":0}]}],)" + s_Node,
@@ -487,6 +495,11 @@ INSTANTIATE_TEST_SUITE_P(
         FileRow{{"LaterVersion"},
                 R"({"asset":{"version":"2.1","minVersion":"2.1"}})",
                 "asset.minVersion: takes a reader of version \"2.1\", this is one of 2.0"},
+        FileRow{{"Meshopt"},
+                R"({"asset":{"version":"2.0"},"buffers":[{"byteLength":36,"extensions":{"EXT_meshopt_compression":{}}}],
+                    "bufferViews":[{"buffer":0,"byteLength":36,"extensions":{"EXT_meshopt_compression":{}}}],)" +
+                    s_Accessor + s_Mesh + s_Node + "}",
+                "bufferViews[0]: is compressed by EXT_meshopt_compression, which is not read"},
         BufferRow("Base64", "data:;base64,AA*A", "buffers[0].uri: is no valid data URI"),
         BufferRow("ShortData", "data:;base64,AAAA", "buffers[0]: should have 36 bytes, 3 are there"),
         BufferRow("Parent", "a/../%2E%2E/b.bin",
@@ -619,8 +632,25 @@ TEST_F(GltfTest, AGltfFileHasItsNumbersBesideIt)
     ASSERT_EQ(ChildrenOf(back).size(), 2U);
     EXPECT_EQ(MeshOf(ChildrenOf(back)[0]).VertexBuffer(), s_Triangle);
 
+    Export(L"gltf", {node}, "bad\xFF.gltf");
+    EXPECT_TRUE(LoadScene(L"gltf", "bad\xFF.gltf")) << testing::PrintToString(TakeErrors());
+
     Export(L"glb", {}, "none.glb");
     EXPECT_TRUE(ChildrenOf(LoadScene(L"gltf", "none.glb")).empty());
+}
+
+// What reading makes of a file is written in such a way that the next round changes nothing.
+TEST_F(GltfTest, FurtherRoundsChangeNothing)
+{
+    auto scene = LoadGlb(s_View + s_Accessor + R"("materials":[{"pbrMetallicRoughness":{
+        "baseColorFactor":[0.8,0.61,0.37,1],"metallicFactor":0.5539389,"roughnessFactor":0.317}}],
+        "meshes":[{"primitives":[{"attributes":{"POSITION":0},"material":0}]}],)" +
+                         s_Node);
+    ASSERT_TRUE(scene) << testing::PrintToString(TakeErrors());
+    scene = ThereAndBack(scene);
+    const std::string first = GetText("back.glb");
+    (void)ThereAndBack(scene);
+    EXPECT_EQ(GetText("back.glb"), first);
 }
 
 struct RefusedRow : TestRow

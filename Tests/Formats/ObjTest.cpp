@@ -168,13 +168,14 @@ TEST_F(ObjTest, MaterialsBecomeFaceStyles)
 TEST_F(ObjTest, WhatHasNoPlaceIsCounted)
 {
     PutText("here.mtl", "newmtl Default\n");
-    EXPECT_THAT(
-        Load("mtllib here.mtl no.mtl\nmtllib gone 1.mtl\nusemtl Caf\xE9\nv 1 2 3 0.5\nv 1 2 3 1 0 0\nv 0 0 0 1\n"
-             "s 1\ns off\nvp 1 2\ncstype bezier\ncurv 0 1 1 2\nend\nbanana 3\nf 1 2 3\n"),
-        testing::SizeIs(1));
+    EXPECT_THAT(Load("mtllib here.mtl no.mtl\nmtllib gone 1.mtl\nmtllib sub/../../here.mtl\nusemtl Caf\xE9\nv 1 2 3 "
+                     "0.5\nv 1 2 3 1 0 0\nv 0 0 0 1\n"
+                     "s 1\ns off\nvp 1 2\ncstype bezier\ncurv 0 1 1 2\nend\nbanana 3\nf 1 2 3\n"),
+                testing::SizeIs(1));
     EXPECT_THAT(TakeLosses(),
                 ElementsAre("1 x free-form curves", "1 x material files that are not there: \"gone 1.mtl\"",
-                            "1 x material files that are not there: \"no.mtl\"", "1 x smoothing groups",
+                            "1 x material files that are not there: \"no.mtl\"",
+                            "1 x material files that are not there: \"sub/../../here.mtl\"", "1 x smoothing groups",
                             "1 x statements of unknown kind", "1 x uses of materials that no file defines: \"Café\"",
                             "1 x vertex colours", "1 x vertices in parameter space", "1 x weights of vertices"));
 }
@@ -230,6 +231,7 @@ TEST_P(ObjRefusals, SayWhereAndWhy)
 {
     PutText("bad.mtl", "newmtl a\nKd 1 x 0\n");
     PutText("worse.mtl", "Kd 1 1 1\n");
+    PutText("other.txt", "secret:x:0:0:of/somebody else\n");
     PutText("a.obj", GetParam().text);
     EXPECT_EQ(LoadScene(L"obj", "a.obj"), nullptr);
     EXPECT_THAT(TakeErrors(), ElementsAre(GetParam().error));
@@ -266,6 +268,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{{"BadMaterial"},
                 "mtllib bad.mtl\n",
                 "line 2 of \"bad.mtl\": \"x\" is no number that a coordinate or a colour can have"},
+        Refusal{{"NoStatement"}, "mtllib other.txt\n", "line 1 of \"other.txt\": \"secret:x\" is no statement"},
         Refusal{{"NoMaterial"}, "mtllib worse.mtl\n", "line 1 of \"worse.mtl\": newmtl should come first"}),
     RowName<Refusal>);
 
@@ -364,6 +367,43 @@ TEST_F(ObjTest, WritesTheFileThatOthersExpect)
                                         "f 9//5 10//6 11//7\n");
     EXPECT_EQ(GetText("two words.mtl"), "newmtl material1\nKd 1 0.5 0\n\n");
     EXPECT_THAT(TakeLosses(), ElementsAre("1 x hidden nodes", "1 x references to shared entities written as copies"));
+}
+
+// What names beside other names are taken for: options, and blanks that only part them.
+TEST_F(ObjTest, NamesThatTheirLineCannotHold)
+{
+    const auto node = NodeOf(Triangle());
+    const auto style = std::make_shared<AFaceStyle>();
+    style->SetMaterial(std::make_shared<AMaterial>(L"Gold"));
+    style->GetMaterial()->SetDiffuseTexture(std::make_shared<ATexture>());
+    node->SetStyle(StyleFace, style);
+    for (const auto& [name, read] : {std::pair(L"-s 1 wood.png", L"./-s 1 wood.png"), std::pair(L" wood.png", L""),
+                                     std::pair(L"wood.png\t", L""), std::pair(L"wood.png\\", L"")}) {
+        style->GetMaterial()->GetDiffuseTexture()->SetFileName(name);
+        const auto texture = OutAndIn(node).at(0).faceStyle->GetMaterial()->GetDiffuseTexture();
+        EXPECT_EQ(texture ? texture->GetFileName() : L"", read);
+        EXPECT_EQ(
+            testing::Value(m_ExportLosses, testing::Contains("1 x textures without a file name that fits on a line")),
+            *read == L'\0');
+    }
+    for (const char* const file : {" lead.obj", "bad\xFF.obj", "back\\slash.obj"})
+        EXPECT_THROW(Export(L"obj", {node}, file), Formats::FormatError) << file;
+}
+
+TEST_F(ObjTest, ASmallFileDoesNotBecomeALargeScene)
+{
+    const auto repeat = [](const std::string& text) {
+        std::string all = "v 0 0 0\n";
+        while (all.size() < 3'000'000)
+            all += text;
+        return all;
+    };
+    for (const char* const element : {"o\nf 1 1 1\n", "l 1 1\n"}) {
+        PutText("a.obj", repeat(element));
+        EXPECT_EQ(LoadScene(L"obj", "a.obj"), nullptr);
+        EXPECT_THAT(TakeErrors(), ElementsAre(testing::HasSubstr("out of proportion to the file"))) << element;
+    }
+    EXPECT_THAT(Load(repeat("f 1 1 1\n")), testing::SizeIs(1)) << "many triangles are no more than they say";
 }
 
 TEST_F(ObjTest, ScenesThatMakeNoSenseAreNotWritten)

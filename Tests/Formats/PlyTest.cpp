@@ -333,6 +333,27 @@ INSTANTIATE_TEST_SUITE_P(
                 "byte 113: a value of \"x\" is not finite"}),
     RowName<Damaged>);
 
+// Edges of two bytes each are small in a file and large in memory; rows of no bytes are nothing, however many.
+TEST_F(PlyTest, ASmallFileDoesNotBecomeALargeScene)
+{
+    std::string file = Head("element vertex 1\nproperty char x\nproperty char y\nproperty char z\n"
+                            "element edge 400000\nproperty uchar vertex1\nproperty uchar vertex2\n",
+                            "binary_little_endian");
+    file += std::string(3 + 2 * 400'000, '\0');
+    PutText("a.ply", file);
+    ASSERT_TRUE(LoadScene(L"ply", "a.ply")) << "one long edge";
+    file.replace(file.find("vertex 1"), 8, "vertex 2");
+    for (std::size_t end = file.size() - 1; file[end] == 0 && end > file.size() - 790'000; end -= 2)
+        file[end] = 1;
+    PutText("a.ply", file + std::string(3, '\0'));
+    EXPECT_FALSE(LoadScene(L"ply", "a.ply"));
+    EXPECT_THAT(TakeErrors(), ElementsAre(testing::HasSubstr("out of proportion to the file")));
+
+    PutText("a.ply", Head("element nothing 18446744073709551615\n"));
+    EXPECT_TRUE(LoadScene(L"ply", "a.ply"));
+    EXPECT_THAT(TakeLosses(), IsEmpty());
+}
+
 TEST_F(PlyTest, NoPrefixOfAFileIsTakenForAFile)
 {
     const Bytes text(s_Quad + "4 0 1 2 3");

@@ -228,10 +228,14 @@ TEST_F(StlTest, ASceneIsWrittenInWorldSpace)
 
 TEST_F(StlTest, WhatCannotBeWrittenIsRefused)
 {
-    for (const Floats& points : {Floats{0, 0, 0, 1, 0, 0}, Floats{0, 0, 0, 1, 0, 0, 0, s_Infinity, 0}}) {
+    const Floats triangle = {0, 0, 0, 1, 0, 0, 0, 1, 0};
+    const std::vector<unsigned int> corners = {0, 1, 2};
+    for (const auto& [points, indices] :
+         {std::pair(Floats{0, 0, 0, 1, 0, 0}, corners), std::pair(Floats{0, 0, 0, 1, 0, 0, 0, s_Infinity, 0}, corners),
+          std::pair(triangle, std::vector<unsigned int>{0, 1, 2, 0})}) {
         const auto mesh = std::make_shared<ASubMesh>();
         mesh->VertexBuffer() = points;
-        mesh->IndexBuffer() = {0, 1, 2};
+        mesh->IndexBuffer() = indices;
         EXPECT_THROW(Export(L"stl", {NodeOf({mesh}, {})}, "a.stl"), Formats::FormatError);
     }
 }

@@ -156,9 +156,13 @@ TEST(Placed, HandsOutEachUseWithItsPlaceAndStyles)
     EXPECT_THAT(heights, testing::ElementsAre(8, 7)); // scaled first, then lifted
     EXPECT_EQ(left.hiddenNodes, 1U);
 
-    const auto flat = std::dynamic_pointer_cast<AMeshListEntity>(Formats::Flatten({group}));
+    const auto flat = std::dynamic_pointer_cast<AMeshListEntity>(Formats::Flatten({group}, 2000));
     ASSERT_TRUE(flat);
     EXPECT_EQ(flat->GetBBox(), AMath::AxisAlignedBox({0, 0, 7}, {2, 2, 8}));
+    EXPECT_THROW((void)Formats::Flatten({group}, 200), Formats::FormatError) << "copies take more";
+
+    group->SetTransform(AMath::Matrix4(1e300, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1));
+    EXPECT_THROW((void)Formats::Flatten({group}, 2000), Formats::FormatError) << "beyond the range of floats";
 }
 
 // Forty groups that each hold the next one twice show a million million meshes.

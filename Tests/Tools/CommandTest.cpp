@@ -56,7 +56,7 @@ TEST_P(Calls, EndWithTheirCodeAndSayWhy)
 INSTANTIATE_TEST_SUITE_P(
     Command, Calls,
     testing::Values(
-        Call{"Nothing", "", 2, {"Usage: lumvo", "Exit codes"}, {}},
+        Call{"Nothing", "", 2, {}, {"Usage: lumvo", "Exit codes"}},
         Call{"Help", "--help", 0, {"demo", "info", "tree"}, {}}, Call{"Version", "--version", 0, {"lumvo 0."}, {}},
         Call{"HelpOnAVerb", "tree --help", 0, {"Example: lumvo tree"}, {}},
         Call{"UnknownVerb", "frobnicate", 2, {}, {"frobnicate"}}, Call{"NoFile", "info", 2, {}, {"FILE"}},

@@ -119,8 +119,60 @@ TEST_F(Convert, LeavesTheOldFileWhenItFails)
     EXPECT_EQ(GetFile("old.scene"), Bytes().Int(1));
 }
 
+// A scene file nests 1,024 levels: what lies deeper must not be missing from one without a word.
+TEST_F(Convert, RefusesWhatASceneFileCannotNest)
+{
+    std::string nodes = "{\"mesh\":0}";
+    for (int i = 0; i < 1100; ++i)
+        nodes += ",{\"children\":[" + std::to_string(i) + "]}";
+    PutFile("deep.gltf",
+            Bytes("{\"asset\":{\"version\":\"2.0\"},\"scenes\":[{\"nodes\":[1100]}],\"nodes\":[" + nodes +
+                  "],\"meshes\":[{\"primitives\":[{\"attributes\":{\"POSITION\":0}}]}],\"accessors\":"
+                  "[{\"bufferView\":0,\"componentType\":5126,\"count\":3,\"type\":\"VEC3\"}],\"bufferViews\":"
+                  "[{\"buffer\":0,\"byteLength\":36}],\"buffers\":[{\"byteLength\":36,\"uri\":"
+                  "\"data:application/octet-stream;base64," +
+                  std::string(48, 'A') + "\"}]}"));
+    const Outcome refused = Lumvo("convert -q deep.gltf deep.scene");
+    EXPECT_EQ(refused.code, 4) << refused.err;
+    EXPECT_THAT(refused.err, HasSubstr("nested too deeply"));
+    EXPECT_THAT(Lumvo("info deep.gltf").out, HasSubstr("nested too deep for a scene file"));
+    EXPECT_EQ(Lumvo("convert -q --mesh deep.gltf flat.scene").code, 0);
+}
+
+TEST_F(Convert, LeavesNothingTemporaryBehind)
+{
+    // A pipe that nobody reads stops the command while it writes; the signal then ends it.
+    const std::string stopped = "mkfifo pipe.scene; timeout -s TERM 0.3 " LUMVO_PROGRAM
+                                " convert -q square.obj pipe.scene; echo ended with $?; rm pipe.scene";
+    EXPECT_THAT(Shell(stopped).out, HasSubstr("ended with 124"));
+    const std::string spooling =
+        "mkdir t; { cat square.obj; sleep 2; } | TMPDIR=$PWD/t timeout -s TERM 0.3 " LUMVO_PROGRAM
+        " info --service obj -; ls t";
+    EXPECT_EQ(Shell(spooling).out, "");
+    std::filesystem::remove(Folder() / "t");
+    std::filesystem::create_symlink("new.scene", Folder() / "link.scene");
+    EXPECT_EQ(Shell("(ulimit -f 0; exec " LUMVO_PROGRAM " convert -q square.obj link.scene)").code, 4);
+    EXPECT_EQ(Lumvo("convert -q square.obj link.scene").code, 0);
+    EXPECT_THAT(Files(), testing::IsSupersetOf({"link.scene", "new.scene"})) << "made where the link leads";
+    EXPECT_THAT(Files(), testing::Each(Not(HasSubstr("lumvo-"))));
+}
+
+// What goes with a file never takes the place of somebody else's.
+TEST_F(Convert, KeepsFilesThatWouldGoWithAnother)
+{
+    PutFile("mine.mtl", Bytes("precious"));
+    EXPECT_EQ(Lumvo("demo demo.scene").code, 0);
+    const Outcome refused = Lumvo("convert -q demo.scene mine.obj");
+    EXPECT_EQ(refused.code, 4);
+    EXPECT_THAT(refused.err, HasSubstr("mine.mtl: is there already"));
+    EXPECT_EQ(GetFile("mine.mtl"), Bytes("precious"));
+    EXPECT_THAT(Lumvo("convert -q demo.scene new.obj").out, HasSubstr("beside      new.mtl"));
+    EXPECT_EQ(Lumvo("convert -q demo.scene new.obj").code, 0) << "both are replaced together";
+}
+
 TEST_F(Convert, ReadsStandardInput)
 {
+    EXPECT_EQ(Lumvo("convert --service obj - - s.scene").code, 2);
     EXPECT_EQ(Shell("cat square.obj | " LUMVO_PROGRAM " convert -q --service obj - s.scene").code, 0);
     EXPECT_THAT(Shell(LUMVO_PROGRAM " tree - < s.scene").out, HasSubstr("standard input: 1 root reference"));
     const Outcome nameless = Shell(LUMVO_PROGRAM " info - < square.obj");
@@ -235,10 +287,13 @@ TEST_F(Convert, KeepsImagesUnderFreeNames)
         Lumvo::OutputFiles files(Folder() / "scene.scene");
         EXPECT_EQ(files.KeepImage(L"wood.png", "bytes"), L"scene-wood-2.png");
         EXPECT_EQ(files.KeepImage(L"../wo/od.png", "others"), L"scene-.._wo_od.png");
+        EXPECT_EQ(files.GetBeside().size(), 2U);
         files.Commit();
     }
     EXPECT_EQ(GetFile("scene-wood.png"), Bytes("somebody's"));
     EXPECT_EQ(GetFile("scene-wood-2.png"), Bytes("bytes"));
     EXPECT_EQ(GetFile("scene-.._wo_od.png"), Bytes("others"));
+    Lumvo::OutputFiles longName(Folder() / (KvText::ToPath(std::wstring(80, L'\u6F22')) += ".scene"));
+    EXPECT_THAT(longName.KeepImage(std::wstring(300, L'\u6F22') + L".png", "bytes"), testing::EndsWith(L"\u6F22.png"));
 }
 } // namespace
