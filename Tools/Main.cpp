@@ -48,10 +48,14 @@ ExitCode Execute(std::vector<std::string> arguments)
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         return std::string("lumvo: ") + error.what() + "\n       Run with --help for more information.\n";
     });
+    AddCheck(app, run);
     AddConvert(app, run);
     AddDemo(app, run);
+    AddDiff(app, run);
     AddFormats(app, run);
     AddInfo(app, run);
+    AddMaterials(app, run);
+    AddMerge(app, run);
     AddTree(app, run);
     try {
         app.parse(std::move(arguments));

@@ -23,9 +23,13 @@ enum ExitCode : int
 using Run = std::function<ExitCode()>;
 
 // Each adds its verb to the command line; parsing the verb sets `run`.
+void AddCheck(CLI::App& app, Run& run);
 void AddConvert(CLI::App& app, Run& run);
 void AddDemo(CLI::App& app, Run& run);
+void AddDiff(CLI::App& app, Run& run);
 void AddFormats(CLI::App& app, Run& run);
 void AddInfo(CLI::App& app, Run& run);
+void AddMaterials(CLI::App& app, Run& run);
+void AddMerge(CLI::App& app, Run& run);
 void AddTree(CLI::App& app, Run& run);
 } // namespace Lumvo

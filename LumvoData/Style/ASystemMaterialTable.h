@@ -29,6 +29,10 @@ public:
     /// Puts a material under `name`, in place of the one that is there. An empty pointer may be stored.
     void AddMaterial(const std::wstring& name, const std::shared_ptr<AMaterial>& material);
 
+    /// The entries in the order of their names, each a pair of name and material.
+    [[nodiscard]] auto begin() const noexcept { return m_Materials.begin(); }
+    [[nodiscard]] auto end() const noexcept { return m_Materials.end(); }
+
 private:
     void Initialize();
 

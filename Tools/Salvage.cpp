@@ -1,0 +1,165 @@
+#include <Tools/Salvage.h>
+
+#include <Tools/FileError.h>
+#include <Tools/LoadedScene.h>
+#include <Tools/OutputFile.h>
+#include <Tools/SceneGraph.h>
+#include <Tools/SceneRecords.h>
+
+#include <LumvoData/Contracts/Host/CFile.h>
+#include <LumvoData/Contracts/KelvraService/KvText.h>
+#include <LumvoData/Scene/ASceneNode.h>
+#include <LumvoData/Serialize/ASceneSerializeContext.h>
+
+#include <algorithm>
+#include <fstream>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace Lumvo {
+namespace {
+
+using namespace Kelvra;
+namespace fs = std::filesystem;
+
+/// How the part of a file that is in step becomes a whole file: it is copied up to `end`, the counts of lists that
+/// were cut short are replaced, and references that are missing are written as empty ones.
+struct Repair
+{
+    struct Patch
+    {
+        std::uint64_t offset;
+        std::int32_t count;
+    };
+
+    std::uint64_t end = 0;
+    std::uint64_t emptyReferences = 0;
+    std::vector<Patch> patches; // in the order of their offsets
+
+    explicit Repair(const WalkEnd& walk)
+    {
+        if (walk.inStep) {
+            end = walk.offset;
+            return;
+        }
+        // Innermost first: a record can be closed when the walk ended among its references, which stand last.
+        bool inner = false; // the one inside is kept
+        for (auto open = walk.open.rbegin(); open != walk.open.rend(); ++open) {
+            if (!open->inReferences && !EndsInListCount(*open))
+                continue; // its fields are not complete: nothing of it is kept
+            if (!inner)
+                end = open->inReferences ? open->completeEnd : open->countOffset;
+            Close(*open, inner);
+            inner = true;
+        }
+        std::reverse(patches.begin(), patches.end());
+    }
+
+private:
+    /// True where only the count of a record's list is cut; an empty list stands for it.
+    static bool EndsInListCount(const OpenRecord& open)
+    {
+        return open.record != nullptr && open.record->fields[open.field].kind == FieldKind::List;
+    }
+    void Close(const OpenRecord& open, bool inner)
+    {
+        if (open.record == nullptr)
+            return;
+        const std::uint64_t kept = open.complete + (inner ? 1 : 0);
+        const std::vector<Field>& fields = open.record->fields;
+        if (!open.inReferences)
+            ++emptyReferences;
+        else if (fields[open.field].kind == FieldKind::List)
+            patches.push_back({open.countOffset, static_cast<std::int32_t>(kept)});
+        else if (fields[open.field].kind == FieldKind::Vector && open.wanted != ASceneNode::StyleCount)
+            patches.push_back({open.countOffset, static_cast<std::int32_t>(kept)});
+        else
+            emptyReferences += open.wanted - kept;
+        // An empty reference and an empty list look alike.
+        emptyReferences += fields.size() - open.field - 1;
+    }
+};
+
+void CopyRepaired(const fs::path& damaged, const Repair& repair, const OutputFile& out)
+{
+    static constexpr std::uint64_t s_HeaderSize = 8;
+    static constexpr std::uint64_t s_BlockSize = 1 << 20;
+    std::ifstream from(damaged, std::ios::binary);
+    from.seekg(s_HeaderSize);
+    CFile to;
+    if (!to.Open(KvText::FromPath(out.GetWrittenFile()), CFile::modeCreate | CFile::modeWrite))
+        FailToWrite(out.GetFile(), to.GetError());
+    const std::int32_t header[] = {ASceneSerializeContext::FileIdentifier, ASceneSerializeContext::FormatVersion};
+    to.Write(header, sizeof header);
+    std::vector<char> block;
+    const auto copyTo = [&](std::uint64_t end) {
+        while (to.GetPosition() < end) {
+            block.resize(static_cast<std::size_t>(std::min(s_BlockSize, end - to.GetPosition())));
+            from.read(block.data(), static_cast<std::streamsize>(block.size()));
+            if (!from)
+                throw FileError(ExitCannotRead, damaged, to.GetPosition(), "cannot be read",
+                                "Copy the file to another disk and try again.");
+            to.Write(block.data(), block.size());
+        }
+    };
+    for (const Repair::Patch& patch : repair.patches) {
+        copyTo(patch.offset);
+        to.Write(&patch.count, sizeof patch.count);
+        from.seekg(sizeof patch.count, std::ios::cur);
+    }
+    copyTo(repair.end);
+    const std::int32_t empty = 0;
+    for (std::uint64_t i = 0; i < repair.emptyReferences; ++i)
+        to.Write(&empty, sizeof empty);
+    to.Close();
+}
+
+/// A node that was read with another number of styles than four holds those behind four empty ones, and is written
+/// as it is; readers of nodes see the first four.
+void KeepFourStyles(const Roots& roots)
+{
+    for (const AObject* const object : SceneObjects(roots).objects)
+        if (const auto* const node = dynamic_cast<const ASceneNode*>(object))
+            const_cast<ASceneNode*>(node)->SetStyles({node->GetStyle(StyleFace), node->GetStyle(StyleEdge),
+                                                      node->GetStyle(StyleText), node->GetStyle(StyleHighlight)});
+}
+} // namespace
+
+Salvaged Salvage(const fs::path& damaged, const fs::path& out)
+{
+    Findings ignored;
+    const WalkEnd walk = SceneWalk(damaged, ignored).Run(true);
+    const Repair repair(walk);
+    if (walk.objects == 0 && repair.patches.empty() && repair.emptyReferences == 0)
+        throw FileError(ExitCannotRead, damaged, std::nullopt, "nothing of it can be saved",
+                        "No record in it is complete.");
+    try {
+        const OutputFile inStep(out); // never committed
+        OutputFile output(out);
+        if (output.IsStraight())
+            throw FileError(ExitCannotWrite, out, std::nullopt, "cannot be checked: it is a device or a pipe",
+                            "Name a regular file.");
+        CopyRepaired(damaged, repair, inStep);
+        const LoadedScene scene = LoadScene(inStep.GetWrittenFile());
+        KeepFourStyles(scene.roots);
+
+        Salvaged salvaged;
+        salvaged.bytes = WriteSceneFile(scene.roots, output.GetWrittenFile(), out);
+        Findings findings;
+        SceneWalk(output.GetWrittenFile(), findings).Run();
+        if (findings.Count(Severity::Error) > 0)
+            throw FileError(ExitCannotWrite, out, std::nullopt, "was not written: what was saved is not valid",
+                            "This is a fault of lumvo: report it, with the damaged file.");
+        salvaged.roots = scene.roots.size();
+        salvaged.objects = SceneObjects(scene.roots).objects.size();
+        salvaged.dropped = scene.messages.GetCount();
+        salvaged.lostOffset = repair.end;
+        salvaged.lostBytes = fs::file_size(damaged) - repair.end; // before `out` takes its place, if it is to
+        output.Commit();
+        return salvaged;
+    } catch (const std::system_error& error) {
+        FailToWrite(out, error.code());
+    }
+}
+} // namespace Lumvo
