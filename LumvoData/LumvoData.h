@@ -57,6 +57,7 @@
 #include <LumvoData/Serialize/AAddressTable.h>
 #include <LumvoData/Serialize/AEntitySerializer.h>
 #include <LumvoData/Serialize/ASceneElements.h>
+#include <LumvoData/Serialize/ASceneLoadLimits.h>
 #include <LumvoData/Serialize/ASceneLoadObserver.h>
 #include <LumvoData/Serialize/ASceneNodeSerializer.h>
 #include <LumvoData/Serialize/AScenePtrCollector.h>

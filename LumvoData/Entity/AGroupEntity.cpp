@@ -4,6 +4,10 @@
 #include <LumvoData/Entity/ReleaseNested.h>
 #include <LumvoData/Serialize/ASceneRecord.h>
 
+#include <typeinfo>
+#include <utility>
+#include <vector>
+
 namespace Kelvra {
 namespace {
 
@@ -15,10 +19,7 @@ KELVRA_DEFINE_CLASS_ID(AGroupEntity, L"AGroupEntity")
 
 AGroupEntity::~AGroupEntity()
 {
-    ReleaseNested(m_Entities, [](AEntity& entity) {
-        auto* const group = dynamic_cast<AGroupEntity*>(&entity);
-        return group != nullptr ? &group->m_Entities : nullptr;
-    });
+    ReleaseNested(m_Entities);
 }
 
 void AGroupEntity::AddEntity(const std::shared_ptr<AEntity>& entity)
@@ -40,11 +41,32 @@ void AGroupEntity::Serialize(ASceneSerializeContext& context)
 
 bool AGroupEntity::Visit(AEntityVisitor& visitor)
 {
-    for (const std::shared_ptr<AEntity>& entity : m_Entities) {
-        const std::shared_ptr<AEntity> kept = entity; // alive while the visitor works on it
-        if (!kept->Visit(visitor))
+    /// The place of the walk in one group: the member that it is in.
+    struct Place
+    {
+        const Members* members;
+        Members::const_iterator at;
+        std::shared_ptr<AEntity> group; // alive while the walk is in it
+    };
+    std::vector<Place> outer; // groups nest deeper than the stack could
+    for (Place place{&m_Entities, m_Entities.begin(), nullptr};;) {
+        if (place.at == place.members->end()) {
+            if (outer.empty())
+                return true;
+            place = std::move(outer.back());
+            outer.pop_back();
+            ++place.at;
+            continue;
+        }
+        std::shared_ptr<AEntity> member = *place.at; // alive while the visitor works on it
+        const AEntity& entity = *member;
+        if (typeid(entity) == typeid(AGroupEntity)) { // a class of its own may have a walk of its own
+            const Members& members = static_cast<const AGroupEntity&>(entity).m_Entities;
+            outer.push_back(std::exchange(place, {&members, members.begin(), std::move(member)}));
+        } else if (member->Visit(visitor))
+            ++place.at;
+        else
             return false;
     }
-    return true;
 }
 } // namespace Kelvra

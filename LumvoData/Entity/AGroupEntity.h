@@ -33,10 +33,13 @@ public:
 
     using AEntity::Serialize; // overriding one overload would hide the XML pair
     void Serialize(ASceneSerializeContext& context) override;
-    /// Visits each member in turn, until one returns false.
+    /// Visits each member in turn, until one returns false. A member that sits in several groups is visited in each.
+    /// The walk takes no stack for groups in groups, but for members of classes that derive from this one.
     bool Visit(AEntityVisitor& visitor) override;
 
 private:
-    std::list<std::shared_ptr<AEntity>> m_Entities;
+    using Members = std::list<std::shared_ptr<AEntity>>;
+
+    Members m_Entities;
 };
 } // namespace Kelvra

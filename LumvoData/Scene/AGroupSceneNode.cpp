@@ -18,10 +18,7 @@ KELVRA_DEFINE_CLASS_ID(AGroupSceneNode, L"AGroupSceneNode")
 
 AGroupSceneNode::~AGroupSceneNode()
 {
-    ReleaseNested(m_Children, [](ASceneNode& child) {
-        auto* const group = dynamic_cast<AGroupSceneNode*>(&child);
-        return group != nullptr ? &group->m_Children : nullptr;
-    });
+    ReleaseNested(m_Children);
 }
 
 void AGroupSceneNode::AddChildNode(std::shared_ptr<ASceneNode> child)

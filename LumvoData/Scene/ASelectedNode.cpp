@@ -11,7 +11,7 @@ ASelectedNode::ASelectedNode(std::shared_ptr<ASceneNode> node) : m_SceneNode(std
 
 ASelectedNode::~ASelectedNode()
 {
-    ReleaseNested(m_Children, [](ASelectedNode& child) { return &child.m_Children; });
+    ReleaseNested(m_Children);
 }
 
 void ASelectedNode::AddChildNode(std::shared_ptr<ASelectedNode> child)

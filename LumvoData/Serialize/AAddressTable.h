@@ -91,7 +91,9 @@ private:
 
     void Grow()
     {
-        m_Slots.assign((std::size_t{1} << ++m_Bits) + s_Neighbours, Slot());
+        // Where there is no memory for more slots, those that are there stay in use.
+        m_Slots = std::vector<Slot>((std::size_t{2} << m_Bits) + s_Neighbours);
+        ++m_Bits;
         m_Crowded.clear();
         for (std::uint32_t place = 1; place <= m_Values.size(); ++place)
             Settle(place);

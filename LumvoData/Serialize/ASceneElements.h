@@ -21,16 +21,21 @@ inline constexpr std::size_t MissingElementsLimit = std::size_t{16} * 1024 * 102
 /// Loads `count` elements, more than 0, into a container of contiguous elements, which gets exactly that size.
 ///
 /// Where the file ends first the elements that were not read keep what they held, new ones are zero; where
-/// they would take more than MissingElementsLimit, `std::length_error` is raised and nothing is changed.
+/// they would take more than MissingElementsLimit, or all of them more than the limits of the load allow,
+/// `std::length_error` is raised and nothing is changed.
 template <class Container> void ReadElements(Container& elements, std::int32_t count, ASceneSerializeContext& context)
 {
     constexpr std::size_t size = sizeof(typename Container::value_type);
     const auto total = static_cast<std::size_t>(count);
+    const auto fail = [&](const char* problem) {
+        throw std::length_error("a count of " + std::to_string(count) + " elements of " + std::to_string(size) +
+                                " bytes before byte " + std::to_string(context.GetPosition()) + problem);
+    };
+    if (total > context.GetLimits().blockBytes / size)
+        fail(" is beyond the limit of this load");
     const bool missing = total > context.GetBytesLeft() / size;
     if (missing && total > MissingElementsLimit / size)
-        throw std::length_error("a count of " + std::to_string(count) + " elements of " + std::to_string(size) +
-                                " bytes before byte " + std::to_string(context.GetPosition()) +
-                                " reaches beyond the end of the file");
+        fail(" reaches beyond the end of the file");
     if (missing || total <= ElementBlockSize / size) {
         elements.resize(total);
         context.Read(elements.data(), static_cast<int>(total * size));

@@ -35,6 +35,7 @@ template <class T> void WriteVector(const std::vector<std::shared_ptr<T>>& vecto
 template <class T> void ReadVector(std::vector<std::shared_ptr<T>>& vector, ASceneSerializeContext& context)
 {
     const std::int32_t count = ReadCount(context);
+    context.ClassNameBuffer().clear();
     context.Read(context.ClassNameBuffer()); // the tag, into a string that need not be allocated
     const bool inPlace = count > 0 && static_cast<std::size_t>(count) == vector.size();
     const auto read = [&] {

@@ -48,8 +48,9 @@ inline bool Check(bool condition, const ASceneReport& report)
 /// Reports the message with a class name directly behind it.
 inline void Fail(const ASceneReport& report, const std::wstring& className)
 {
-    const std::wstring message(report.message, report.message + std::char_traits<char>::length(report.message));
-    KvAssert::Assert(false, message + className, report.source, report.line);
+    std::wstring message(report.message, report.message + std::char_traits<char>::length(report.message));
+    message += className;
+    KvAssert::Assert(false, message, report.source, report.line);
 }
 } // namespace SceneReports
 } // namespace Kelvra

@@ -4,6 +4,9 @@
 #include <LumvoData/Contracts/KelvraService/KvText.h>
 #include <LumvoData/Serialize/ASceneElements.h>
 
+#include <algorithm>
+#include <stdexcept>
+
 namespace Kelvra {
 
 ASceneSerializeContext::ASceneSerializeContext(const std::wstring& fileName, bool storing)
@@ -22,6 +25,11 @@ bool ASceneSerializeContext::Begin()
         m_Header = {FileIdentifier, FormatVersion};
         Write(&m_Header, static_cast<int>(sizeof m_Header));
         return true;
+    }
+    if (GetBytesLeft() > m_Limits.fileBytes) {
+        m_File->Close();
+        m_TooLarge = std::make_error_code(std::errc::file_too_large);
+        return false;
     }
     Read(&m_Header, static_cast<int>(sizeof m_Header));
     return m_Header.identifier == FileIdentifier && m_File->GetPosition() == sizeof m_Header;
@@ -53,8 +61,7 @@ void ASceneSerializeContext::Read(std::wstring& text)
     Read(&count, static_cast<int>(sizeof count));
     if (count <= 0)
         return;
-    if (static_cast<std::uint64_t>(count) > GetBytesLeft() / sizeof(char16_t))
-        KvText::ToUtf16(text, m_CodeUnits); // what stays where the file ends first
+    KvText::ToUtf16(text, m_CodeUnits); // what stays where the file ends first
     ReadElements(m_CodeUnits, count, *this);
     KvText::FromUtf16(m_CodeUnits, text);
 }
@@ -77,6 +84,20 @@ std::uint64_t ASceneSerializeContext::GetPosition() const noexcept
 
 const std::error_code& ASceneSerializeContext::GetError() const noexcept
 {
-    return m_File->GetError();
+    return m_TooLarge ? m_TooLarge : m_File->GetError();
+}
+
+void ASceneSerializeContext::SetLimits(const ASceneLoadLimits& limits) noexcept
+{
+    if (m_bStoring)
+        return;
+    m_Limits = limits;
+    m_MaxDepth = std::min(limits.nesting, MaxNesting);
+}
+
+void ASceneSerializeContext::FailTooManyObjects() const
+{
+    throw std::length_error("more than " + std::to_string(m_Limits.objects) +
+                            " objects, the limit of this load, at byte " + std::to_string(GetPosition()));
 }
 } // namespace Kelvra

@@ -2,6 +2,7 @@
 
 #include <LumvoData/Contracts/KelvraData/ASerializeContext.h>
 #include <LumvoData/Contracts/KelvraService/KvExport.h>
+#include <LumvoData/Serialize/ASceneLoadLimits.h>
 #include <LumvoData/Serialize/ASceneLoadObserver.h>
 #include <LumvoData/Serialize/ASceneSerializeCollector.h>
 
@@ -29,8 +30,9 @@ class CFile;
 /// - Errors: Begin answers false where there is no scene file. A read beyond the end leaves the rest of its
 ///   destination as it was. `std::system_error` with the file's name passes from the file layer: for a failed
 ///   write at the latest from End. `std::length_error` is raised, before anything is allocated, for a count in
-///   the file whose elements are not in it and would take more than 16 MiB, and for a count too large to be
-///   written. The destructor swallows.
+///   the file whose elements are not in it and would take more than 16 MiB, for what is beyond the limits that
+///   the caller set, and for a count too large to be written. After an exception the only use of a run is End; what
+///   was loaded before it is complete. The destructor swallows.
 class KELVRA_API ASceneSerializeContext : public ASerializeContext
 {
 public:
@@ -47,8 +49,8 @@ public:
 
     /// Makes the collectors and opens the file: creates it, or replaces the one that is there, and writes the
     /// header; or opens an existing one and reads the header. Called once per context.
-    /// \returns false when the file cannot be opened (GetError() says why), when it is shorter than the header, or
-    ///          when it does not start with the identifier.
+    /// \returns false when the file cannot be opened or is larger than the limits allow (GetError() says why), when
+    ///          it is shorter than the header, or when it does not start with the identifier.
     [[nodiscard]] bool Begin();
     /// Releases the collectors and closes the file, if it was opened.
     void End();
@@ -76,8 +78,12 @@ public:
     /// accepted.
     [[nodiscard]] std::int32_t GetIdentifier() const noexcept { return m_Header.identifier; }
     [[nodiscard]] std::int32_t GetVersion() const noexcept { return m_Header.version; }
-    /// Why the file could not be opened; empty when it was, whatever it holds.
+    /// Why the file could not be opened, or that it is too large; otherwise empty, whatever it holds.
     [[nodiscard]] const std::error_code& GetError() const noexcept;
+
+    /// Bounds of this load; none but the library's own at first. Set before Begin; nothing to a storing context.
+    [[nodiscard]] const ASceneLoadLimits& GetLimits() const noexcept { return m_Limits; }
+    void SetLimits(const ASceneLoadLimits& limits) noexcept;
 
     /// Who is told of references and objects while they are loaded; null at first. The observer is not owned
     /// and outlives the run.
@@ -93,8 +99,16 @@ public:
         return GetBytesLeft() > 0 || m_MissingElements++ < MaxMissingElements;
     }
 
+    /// Counts one object that is about to be loaded; `std::length_error` where the limits allow no more.
+    void CountObject()
+    {
+        if (m_Objects == m_Limits.objects)
+            FailTooManyObjects();
+        ++m_Objects;
+    }
+
     /// True while one more reference may be nested in those that are being stored or loaded.
-    [[nodiscard]] bool CanNest() const noexcept { return m_Depth < MaxNesting; }
+    [[nodiscard]] bool CanNest() const noexcept { return m_Depth < m_MaxDepth; }
     /// Counts a reference as being stored or loaded for its own lifetime.
     class Nesting
     {
@@ -118,11 +132,17 @@ private:
         std::int32_t version = 0;
     };
 
+    [[noreturn]] void FailTooManyObjects() const;
+
     ASceneSerializeCollector m_Collector;
     bool m_bStoring;
     std::wstring m_szFileName;
     std::unique_ptr<CFile> m_File;
     Header m_Header;
+    ASceneLoadLimits m_Limits;
+    std::error_code m_TooLarge; // set where the limits refuse the file
+    std::uint64_t m_Objects = 0;
+    int m_MaxDepth = MaxNesting;
     int m_Depth = 0;
     int m_MissingElements = 0;
     ASceneLoadObserver* m_Observer = nullptr;

@@ -27,8 +27,9 @@ namespace Kelvra {
 /// - Ownership: shares every object that was stored or loaded until the run ends, so that no address and no
 ///   key is met twice with another meaning.
 /// - Errors: reported to the assertion service. An unknown class, an object that is no `T`, and a reference
-///   nested more than ASceneSerializeContext::MaxNesting deep read as empty, their records left unread. An
-///   object that holds itself, and one nested too deeply, are written as empty references.
+///   nested more than ASceneSerializeContext::MaxNesting deep, or deeper than the limits of the load allow, read as
+///   empty, their records left unread. An object that holds itself, and one nested too deeply, are written as empty
+///   references.
 template <class T> class KELVRA_TEMPLATE_API TScenePtrCollector<std::shared_ptr<T>> : public AScenePtrCollector
 {
 public:
@@ -82,6 +83,7 @@ public:
         context.Read(className);
         if (!context.CanNest())
             return SceneReports::Fail(SceneReports::ReadTooDeep, className);
+        context.CountObject();
         std::shared_ptr<T> object = Create(className);
         if (!object)
             return;
@@ -121,8 +123,11 @@ private:
     {
         // Objects of one class follow each other, so the last class is remembered.
         if (!m_Creator || className != m_CreatorName) {
-            m_Creator = TSingleton<AClassFactory>::Instance().FindCreator(className);
-            m_CreatorName = className;
+            m_Creator.reset();
+            auto creator = TSingleton<AClassFactory>::Instance().FindCreator(className);
+            if (creator) // the name of an unknown class may be as long as a file makes it
+                m_CreatorName = className;
+            m_Creator = std::move(creator);
         }
         std::unique_ptr<AObject> created(m_Creator ? m_Creator->Create() : nullptr);
         if (!created)

@@ -1,5 +1,8 @@
 #include <Tests/Support/SceneFileTest.h>
 
+#include <memory>
+#include <utility>
+
 using namespace Kelvra;
 
 namespace {
@@ -60,5 +63,38 @@ TEST_F(EntityBuild, DeepGroupsAreReleased)
     chain.reset();
     EXPECT_EQ(held.use_count(), 1);
     EXPECT_EQ(held->GetAll().size(), 1U);
+}
+
+/// An entity of a caller's that shows another one.
+class Proxy : public AEntity
+{
+public:
+    explicit Proxy(std::shared_ptr<AEntity> entity) : m_Entity(std::move(entity)) {}
+    bool Visit(AEntityVisitor& visitor) override { return m_Entity->Visit(visitor); }
+
+private:
+    std::shared_ptr<AEntity> m_Entity;
+};
+
+TEST_F(EntityBuild, DeepGroupsAreReleasedThroughEntitiesOfCallers)
+{
+    auto chain = std::make_shared<AGroupEntity>();
+    for (int i = 0; i < 300000; ++i) {
+        const auto outer = std::make_shared<AGroupEntity>();
+        outer->AddEntity(std::make_shared<Proxy>(std::move(chain)));
+        chain = outer;
+    }
+}
+
+// A pointer that does not own its entity says nothing about who else uses it.
+TEST_F(EntityBuild, EntitiesThatAGroupDoesNotOwnStayWhole)
+{
+    AGroupEntity inner;
+    inner.AddEntity(Boxed<AMeshEntity>(0, 1));
+    {
+        AGroupEntity outer;
+        outer.AddEntity(std::shared_ptr<AEntity>(&inner, [](AEntity*) {}));
+    }
+    EXPECT_EQ(inner.GetAll().size(), 1U);
 }
 } // namespace

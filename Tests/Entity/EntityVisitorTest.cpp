@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 using namespace Kelvra;
 
 namespace {
@@ -24,11 +26,14 @@ public:
     {
         if (removeFrom != nullptr)
             removeFrom->GetItems().remove(mesh);
+        if (appendTo != nullptr)
+            std::exchange(appendTo, nullptr)->AddEntity(std::make_shared<AMeshEntity>());
         return Note('M', mesh.get());
     }
 
     std::string log;
     AMeshListEntity* removeFrom = nullptr; ///< Loses each mesh that is visited.
+    AGroupEntity* appendTo = nullptr;      ///< Gets one more member at the first mesh.
 
 private:
     bool Note(char kind, const ASubEntity* item)
@@ -128,5 +133,52 @@ TEST(EntityVisitors, MayRemoveTheItemTheyVisit)
     EXPECT_TRUE(topo->Visit(walk));
     EXPECT_EQ(walk.log, "M1 M2 M3 M4 M5 ");
     EXPECT_TRUE(list->GetItems().empty() && topo->GetFaces()->GetItems().empty());
+}
+
+// What a visitor appends to a group that is being walked is walked too.
+TEST(EntityVisitors, MayAppendToAnyGroupOfTheWalk)
+{
+    const auto inner = Group({Simple<AMeshEntity>(1)});
+    const auto outer = Group({inner, Simple<AMeshEntity>(2)});
+    for (AGroupEntity* const group : {inner.get(), outer.get()}) {
+        Walk walk(1);
+        walk.appendTo = group;
+        EXPECT_TRUE(outer->Visit(walk));
+        EXPECT_EQ(walk.log, group == inner.get() ? "M1 M- M2 " : "M1 M- M2 M- ");
+    }
+}
+
+/// A group that shows its first member only.
+class Preview : public AGroupEntity
+{
+public:
+    bool Visit(AEntityVisitor& visitor) override { return GetAll().front()->Visit(visitor); }
+};
+
+TEST(EntityVisitors, FollowTheWalksOfOtherKindsOfGroup)
+{
+    const auto preview = std::make_shared<Preview>();
+    preview->AddEntity(Group({Simple<AMeshEntity>(1), Group({}), Simple<AMeshEntity>(2)}));
+    preview->AddEntity(Simple<AMeshEntity>(3));
+    const auto outer = Group({Group({preview}), preview, Simple<AMeshEntity>(4)});
+    Walk walk(1), stopped(1, 4);
+    EXPECT_TRUE(outer->Visit(walk));
+    EXPECT_EQ(walk.log, "M1 M2 M1 M2 M4 ");
+    EXPECT_FALSE(outer->Visit(stopped));
+    EXPECT_EQ(stopped.log, "M1 M2 M1 M2 ");
+}
+
+// However deep groups are nested, the walk takes no stack, and ends where a visitor stops it.
+TEST(EntityVisitors, WalkDeepGroups)
+{
+    auto chain = Group({Simple<AMeshEntity>(1)});
+    const auto edge = Simple<AEdgeEntity>(2);
+    for (int i = 0; i < 1000000; ++i)
+        chain = Group({chain, edge});
+    Walk all(1), stopped(3, 2);
+    EXPECT_TRUE(chain->Visit(all));
+    EXPECT_EQ(all.log, "M1 ");
+    EXPECT_FALSE(chain->Visit(stopped));
+    EXPECT_EQ(stopped.log, "M1 E2 ");
 }
 } // namespace

@@ -139,6 +139,53 @@ TEST_F(CollectorTest, DamagedReferencesReadAsEmptyAndAreReported)
     }
 }
 
+// An object found again under its key is of its own class, whatever the place that refers to it takes.
+TEST_F(CollectorTest, KnownObjectsAreCheckedWhereverTheyAreHandedOut)
+{
+    const Report notAnItem{L"Failed to read item!", "Serialize/AEntitySerializer", 117};
+    const Bytes text = Bytes().Int(1).Text(u"ASubText").EntityHeader(0).Int(0).Fill(24 + 32);
+    const Bytes list = Bytes().Int(1).Text(u"ATextListEntity").EntityHeader(0).Int(1).Add(text);
+    const auto entity = [](const char16_t* name) { return Bytes().Int(2).Text(name).EntityHeader(0); };
+    const auto load = [&](const Bytes& file) {
+        std::shared_ptr<AEntity> second;
+        Load(Bytes(list).Add(file), [&](ASceneSerializeContext& context) {
+            EXPECT_NE(Next<AEntity>(context), nullptr);
+            second = Next<AEntity>(context);
+            EXPECT_EQ(context.GetBytesLeft(), 0U);
+        });
+        EXPECT_NE(second, nullptr);
+        return second;
+    };
+    // A text where items are meshes, edges and polygons, alone and in lists.
+    EXPECT_EQ(dynamic_cast<AMeshEntity&>(*load(entity(u"AMeshEntity").Int(1))).GetItem(), nullptr);
+    EXPECT_EQ(dynamic_cast<AEdgeEntity&>(*load(entity(u"AEdgeEntity").Int(1))).GetItem(), nullptr);
+    EXPECT_EQ(dynamic_cast<APolygonEntity&>(*load(entity(u"APolygonEntity").Int(1))).GetItem(), nullptr);
+    EXPECT_EQ(TakeReports(), Reports()) << "fields of other classes are left empty silently";
+    for (const char16_t* const name : {u"AMeshListEntity", u"AListEntity", u"APolygonListEntity"}) {
+        const auto loaded = load(entity(name).Int(2).Int(1).Int(1));
+        EXPECT_EQ(StoreReference(loaded), Bytes().Int(1).Text(name).EntityHeader(0).Int(0));
+        EXPECT_EQ(TakeReports(), Reports(2, notAnItem));
+    }
+    const auto texts = load(entity(u"ATextListEntity").Int(1).Int(1));
+    EXPECT_EQ(dynamic_cast<ATextListEntity&>(*texts).GetItems().size(), 1U);
+
+    // The list of texts, and the entity itself whose record is not complete, as faces and edges.
+    const auto topo = load(entity(u"ATopoEntity").Int(1).Int(1));
+    EXPECT_EQ(dynamic_cast<ATopoEntity&>(*topo).GetFaces(), nullptr);
+    EXPECT_EQ(dynamic_cast<ATopoEntity&>(*topo).GetEdges(), nullptr);
+    EXPECT_EQ(TakeReports(), Reports());
+
+    // Keys of one collector mean nothing to another, and new objects of other classes are refused by each.
+    Load(Bytes(list).Int(1).Int(1).Text(u"ALineStyle").Int(1).Text(u"ASubText"), [](ASceneSerializeContext& context) {
+        EXPECT_NE(Next<AEntity>(context), nullptr);
+        EXPECT_NE(Next<ASubEntity>(context), nullptr) << "the text";
+        EXPECT_EQ(Next<AMaterial>(context), nullptr);
+        EXPECT_EQ(Next<ASceneNode>(context), nullptr);
+    });
+    EXPECT_EQ(TakeReports(), (Reports{CollectorReport(L"Failed to cast object:AMaterial", 105),
+                                      CollectorReport(L"Failed to cast object:ASceneNode", 105)}));
+}
+
 /// A storable class that counts its objects and whose record is an edge's.
 class Counted : public ASubEdge
 {

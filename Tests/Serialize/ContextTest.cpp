@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -115,5 +116,85 @@ TEST_F(ContextTest, HugeCountsRaiseLengthErrors)
             EXPECT_THROW(context.Read(text), std::length_error);
             EXPECT_EQ(text, L"kept");
         });
+}
+
+/// A load that the caller bounds, of a group with a list of one text of 20 units.
+class Limits : public ContextTest
+{
+protected:
+    static Bytes File()
+    {
+        Bytes file = Bytes::Header().Int(1).Text(u"AGroupEntity").EntityHeader(0).Int(1);
+        file.Int(2).Text(u"ATextListEntity").EntityHeader(0).Int(1);
+        return file.Int(1).Text(u"ASubText").EntityHeader(0).Text(u"a text of 20 letters").Fill(24 + 32);
+    }
+    /// What the file gives within these limits.
+    std::shared_ptr<AEntity> LoadWithin(const ASceneLoadLimits& limits)
+    {
+        WriteFile(File());
+        std::shared_ptr<AEntity> entity;
+        ASceneSerializeContext context(FileName(), false);
+        context.SetLimits(limits);
+        if (context.Begin())
+            context.Collector().ReadPtr(entity, context);
+        else
+            EXPECT_EQ(context.GetError(), std::errc::file_too_large);
+        context.End();
+        return entity;
+    }
+};
+
+TEST_F(Limits, AreKeptToTheLastByteObjectAndLevel)
+{
+    ASceneLoadLimits limits;
+    limits.fileBytes = File().Size();
+    limits.objects = 3;
+    limits.blockBytes = 40; // the text's; class names are shorter
+    limits.nesting = 3;
+    EXPECT_EQ(Bytes::Header().Add(StoreReference(LoadWithin(limits))), File());
+    EXPECT_EQ(TakeReports(), Reports());
+
+    ASceneLoadLimits fewer = limits;
+    --fewer.fileBytes;
+    EXPECT_EQ(LoadWithin(fewer), nullptr);
+    fewer = limits;
+    --fewer.objects;
+    EXPECT_THROW(LoadWithin(fewer), std::length_error);
+    fewer = limits;
+    --fewer.blockBytes;
+    EXPECT_THROW(LoadWithin(fewer), std::length_error);
+    EXPECT_EQ(TakeReports(), Reports());
+    fewer = limits;
+    --fewer.nesting;
+    EXPECT_NE(LoadWithin(fewer), nullptr) << "without the text";
+    EXPECT_EQ(TakeReports(),
+              (Reports{{L"Failed to read object, nested too deeply:ASubText", "serialize\\AScenePtrCollector", 120},
+                       {L"Failed to read item!", "Serialize/AEntitySerializer", 117}}));
+}
+
+// Limits bind loads alone, and leave the bounds of the library where they are.
+TEST_F(Limits, NeitherBindStoringNorWidenOtherBounds)
+{
+    ASceneLoadLimits limits;
+    limits.fileBytes = limits.objects = limits.blockBytes = 0;
+    limits.nesting = 0;
+    const std::shared_ptr<AEntity> entity = LoadWithin({});
+    {
+        ASceneSerializeContext context(FileName(), true);
+        context.SetLimits(limits);
+        ASSERT_TRUE(context.Begin());
+        context.Collector().WritePtr(entity, context);
+        context.End();
+    }
+    EXPECT_EQ(ReadFile(), File());
+
+    limits = {};
+    limits.blockBytes = std::uint64_t{1} << 40;
+    WriteFile(Bytes::Header().Int(std::numeric_limits<int>::max()));
+    ASceneSerializeContext context(FileName(), false);
+    context.SetLimits(limits);
+    ASSERT_TRUE(context.Begin());
+    std::wstring text;
+    EXPECT_THROW(context.Read(text), std::length_error);
 }
 } // namespace

@@ -10,6 +10,7 @@
 #include <istream>
 #include <iterator>
 #include <map>
+#include <new>
 #include <ostream>
 #include <sstream>
 #include <system_error>
@@ -48,6 +49,13 @@ std::string ToXmlText(std::wstring text)
     return KvText::ToUtf8(text);
 }
 
+/// For what a document takes unless memory runs out, of which its answer is the only sign.
+void RequireMemory(bool taken)
+{
+    if (!taken)
+        throw std::bad_alloc();
+}
+
 /// Says what is wrong and where in the document. The place is known in UTF-8 only: other encodings are converted
 /// before they are parsed.
 std::string DescribeError(std::string_view document, const pugi::xml_parse_result& result)
@@ -80,25 +88,33 @@ bool AOStreamXML::Push(const std::wstring& name)
 {
     pugi::xml_node parent = m_Document->open.empty() ? pugi::xml_node(m_Document->root) : m_Document->open.back();
     const std::string element = KvText::ToUtf8(name);
-    m_Document->open.push_back(IsXmlName(element) ? parent.append_child(element.c_str()) : pugi::xml_node());
-    return static_cast<bool>(m_Document->open.back());
+    m_Document->open.emplace_back();
+    if (!parent || !IsXmlName(element))
+        return false;
+    pugi::xml_node child = parent.append_child();
+    RequireMemory(child.set_name(element.c_str()));
+    m_Document->open.back() = child;
+    return true;
 }
 
 void AOStreamXML::NodeValue(const std::wstring& text)
 {
-    m_Document->Current().text().set(ToXmlText(text).c_str());
+    if (const pugi::xml_node node = m_Document->Current())
+        RequireMemory(node.text().set(ToXmlText(text).c_str()));
 }
 
 void AOStreamXML::Attribute(const std::wstring& name, const std::wstring& value)
 {
     pugi::xml_node node = m_Document->Current();
     const std::string key = KvText::ToUtf8(name);
-    if (!IsXmlName(key))
+    if (!node || !IsXmlName(key))
         return;
     pugi::xml_attribute attribute = node.attribute(key.c_str());
-    if (!attribute)
-        attribute = node.append_attribute(key.c_str());
-    attribute.set_value(ToXmlText(value).c_str());
+    if (!attribute) {
+        attribute = node.append_attribute("");
+        RequireMemory(attribute.set_name(key.c_str()));
+    }
+    RequireMemory(attribute.set_value(ToXmlText(value).c_str()));
 }
 
 void AOStreamXML::Pop()

@@ -1,0 +1,138 @@
+#include <Tests/Faults/Faults.h>
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+struct State
+{
+    bool on = false;
+    Fault::Kind kind = Fault::Memory;
+    std::size_t left = 0;        // calls until the one that fails, 0 when it came; bytes that can be read
+    std::FILE* failed = nullptr; // whose read failed
+};
+State s_State;
+
+bool IsOn(Fault::Kind kind) noexcept
+{
+    return s_State.on && s_State.kind == kind;
+}
+
+/// Counts a call of that kind.
+/// \returns true when it is to fail.
+bool Fails(Fault::Kind kind) noexcept
+{
+    return IsOn(kind) && s_State.left > 0 && --s_State.left == 0;
+}
+
+void* Allocate(std::size_t size, std::size_t alignment)
+{
+    if (Fails(Fault::Memory) || Fails(Fault::NoMemory) || (IsOn(Fault::NoMemory) && s_State.left == 0))
+        throw std::bad_alloc();
+    const std::size_t rounded = (size + alignment) / alignment * alignment; // never 0
+    if (void* const memory = std::aligned_alloc(alignment, rounded))
+        return memory;
+    throw std::bad_alloc();
+}
+
+template <class Function> Function* Original(const char* name) noexcept
+{
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+} // namespace
+
+Fault::Fault(Kind kind, std::size_t number) noexcept
+{
+    s_State = State{};
+    s_State.kind = kind;
+    s_State.left = number;
+    s_State.on = true;
+}
+
+Fault::~Fault()
+{
+    s_State.on = false;
+}
+
+bool Fault::Stop() noexcept
+{
+    s_State.on = false;
+    return s_State.left == 0;
+}
+
+// Other forms of new and delete come down to these.
+void* operator new(std::size_t size)
+{
+    return Allocate(size, alignof(std::max_align_t));
+}
+void* operator new(std::size_t size, std::align_val_t alignment)
+{
+    return Allocate(size, static_cast<std::size_t>(alignment));
+}
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
+{
+    std::free(memory);
+}
+
+// The program's own functions stand before those of the C library, for the libraries that it uses as well.
+extern "C" std::size_t fread(void* data, std::size_t size, std::size_t count, std::FILE* file)
+{
+    static const auto s_Original = Original<std::size_t(void*, std::size_t, std::size_t, std::FILE*)>("fread");
+    if (IsOn(Fault::ReadEnds)) {
+        const std::size_t done = s_Original(data, size, std::min(count, s_State.left / size), file);
+        s_State.left -= done * size;
+        return done;
+    }
+    const bool fails = Fails(Fault::ReadFails);
+    const std::size_t done = s_Original(data, size, fails ? count / 2 : count, file);
+    if (fails) {
+        s_State.failed = file;
+        errno = EIO;
+    }
+    return done;
+}
+
+extern "C" int ferror(std::FILE* file) noexcept
+{
+    static const auto s_Original = Original<int(std::FILE*)>("ferror");
+    return s_State.on && s_State.failed == file ? 1 : s_Original(file);
+}
+
+extern "C" std::size_t fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file)
+{
+    static const auto s_Original = Original<std::size_t(const void*, std::size_t, std::size_t, std::FILE*)>("fwrite");
+    const bool fails = Fails(Fault::WriteFails);
+    const std::size_t done = s_Original(data, size, fails ? count / 2 : count, file);
+    if (fails)
+        errno = ENOSPC;
+    return done;
+}
+
+extern "C" int fclose(std::FILE* file)
+{
+    static const auto s_Original = Original<int(std::FILE*)>("fclose");
+    const bool fails = Fails(Fault::CloseFails);
+    const int answer = s_Original(file);
+    if (!fails)
+        return answer;
+    errno = EIO;
+    return EOF;
+}
