@@ -1,0 +1,52 @@
+#include <LumvoData/LumvoData.h>
+#include <Tests/Fuzz/FuzzFolder.h>
+#include <Tools/FileError.h>
+#include <Tools/LoadedScene.h>
+#include <Tools/SceneRecords.h>
+
+#include <cstdint>
+#include <string>
+
+using namespace Kelvra;
+using namespace Lumvo;
+
+namespace {
+
+/// Nodes that were read with another number of styles than four get four: those that readers look for.
+void KeepFourStyles(const Roots& roots)
+{
+    for (const AObject* const object : SceneObjects(roots).objects)
+        if (const auto* const node = dynamic_cast<const ASceneNode*>(object))
+            const_cast<ASceneNode*>(node)->SetStyles({node->GetStyle(StyleFace), node->GetStyle(StyleEdge),
+                                                      node->GetStyle(StyleText), node->GetStyle(StyleHighlight)});
+}
+} // namespace
+
+// What was loaded, saved and loaded is saved as the same bytes again, and makes the same graph.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const auto file = Fuzz::PathOf("test.scene");
+    const auto once = Fuzz::PathOf("once.scene");
+    const auto twice = Fuzz::PathOf("twice.scene");
+    Fuzz::PutFile(file, data, size);
+    try {
+        const LoadedScene scene = LoadScene(file);
+        KeepFourStyles(scene.roots);
+        bool whole = true; // what is nested too deeply where it is written is not
+        {
+            const KvAssertScope scope([&](const KvReport&) { whole = false; });
+            WriteSceneFile(scene.roots, once, once);
+        }
+        if (!whole)
+            return 0;
+        const LoadedScene saved = LoadScene(once);
+        Fuzz::Require(saved.messages.GetCount() == 0 && !saved.earlyEnd, "what is saved loads without messages");
+        WriteSceneFile(saved.roots, twice, twice);
+        Fuzz::Require(Fuzz::GetFile(once) == Fuzz::GetFile(twice), "what is saved twice is the same");
+        const std::string difference = CompareSharing(scene.roots, saved.roots);
+        Fuzz::Require(difference.empty(), difference);
+    } catch (const FileError& error) {
+        Fuzz::Require(error.GetFile() == file, error.what());
+    }
+    return 0;
+}
