@@ -54,7 +54,7 @@
 #include <LumvoData/Scene/ASceneNodeVisitor.h>
 #include <LumvoData/Scene/ASelectedNode.h>
 #include <LumvoData/Scene/ATopoSceneNode.h>
-#include <LumvoData/Serialize/AAddressTable.h>
+#include <LumvoData/Serialize/AControlBlocks.h>
 #include <LumvoData/Serialize/AEntitySerializer.h>
 #include <LumvoData/Serialize/ASceneElements.h>
 #include <LumvoData/Serialize/ASceneLoadLimits.h>
@@ -66,6 +66,8 @@
 #include <LumvoData/Serialize/ASceneReports.h>
 #include <LumvoData/Serialize/ASceneSerializeCollector.h>
 #include <LumvoData/Serialize/ASceneSerializeContext.h>
+#include <LumvoData/Serialize/TBlockList.h>
+#include <LumvoData/Serialize/TPlaceTable.h>
 #include <LumvoData/Serialize/TScenePtrCollector.h>
 #include <LumvoData/Service/AMeshFileService.h>
 #include <LumvoData/Service/AMeshFileServiceManager.h>

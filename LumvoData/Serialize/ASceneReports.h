@@ -2,7 +2,9 @@
 
 #include <LumvoData/Contracts/KelvraService/KvAssert.h>
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace Kelvra {
 
@@ -45,12 +47,15 @@ inline bool Check(bool condition, const ASceneReport& report)
     return condition || KvAssert::Assert(false, report.message, report.source, report.line);
 }
 
-/// Reports the message with a class name directly behind it.
-inline void Fail(const ASceneReport& report, const std::wstring& className)
+/// At least as many characters as any of these messages has.
+inline constexpr std::size_t LongestMessage = 64;
+
+/// Reports the message with a class name directly behind it. A name that has room for the message is not copied.
+inline void Fail(const ASceneReport& report, std::wstring className)
 {
-    std::wstring message(report.message, report.message + std::char_traits<char>::length(report.message));
-    message += className;
-    KvAssert::Assert(false, message, report.source, report.line);
+    const std::string_view message = report.message;
+    className.insert(className.begin(), message.begin(), message.end());
+    KvAssert::Assert(false, className, report.source, report.line);
 }
 } // namespace SceneReports
 } // namespace Kelvra

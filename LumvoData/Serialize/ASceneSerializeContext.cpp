@@ -3,11 +3,16 @@
 #include <LumvoData/Contracts/Host/CFile.h>
 #include <LumvoData/Contracts/KelvraService/KvText.h>
 #include <LumvoData/Serialize/ASceneElements.h>
+#include <LumvoData/Serialize/ASceneReports.h>
 
 #include <algorithm>
 #include <stdexcept>
 
 namespace Kelvra {
+namespace {
+
+constexpr std::size_t s_ShortText = 32; // code units
+} // namespace
 
 ASceneSerializeContext::ASceneSerializeContext(const std::wstring& fileName, bool storing)
     : m_bStoring(storing), m_szFileName(fileName), m_File(std::make_unique<CFile>())
@@ -45,6 +50,9 @@ void ASceneSerializeContext::End()
 
 void ASceneSerializeContext::Write(const std::wstring& text)
 {
+    char16_t units[s_ShortText];
+    if (text.size() <= s_ShortText && KvText::ToUtf16Units(text, units))
+        return WriteElements(units, text.size(), *this);
     KvText::ToUtf16(text, m_CodeUnits);
     WriteElements(m_CodeUnits.data(), m_CodeUnits.size(), *this);
 }
@@ -61,9 +69,19 @@ void ASceneSerializeContext::Read(std::wstring& text)
     Read(&count, static_cast<int>(sizeof count));
     if (count <= 0)
         return;
-    KvText::ToUtf16(text, m_CodeUnits); // what stays where the file ends first
-    ReadElements(m_CodeUnits, count, *this);
-    KvText::FromUtf16(m_CodeUnits, text);
+    const auto size = static_cast<std::size_t>(count);
+    const std::size_t bytes = size * sizeof(char16_t);
+    if (text.empty() && size <= s_ShortText && bytes <= std::min<std::uint64_t>(GetBytesLeft(), m_Limits.blockBytes)) {
+        char16_t units[s_ShortText] = {};
+        Read(units, static_cast<int>(bytes));
+        return KvText::FromUtf16({units, size}, text);
+    }
+    std::u16string units;
+    KvText::ToUtf16(text, units); // what stays where the file ends first
+    ReadElements(units, count, *this);
+    if (&text == &m_ClassName)
+        text.reserve(size + SceneReports::LongestMessage); // a name of megabytes is not held twice to report it
+    KvText::FromUtf16(units, text);
 }
 
 void ASceneSerializeContext::Read(void* data, int count)

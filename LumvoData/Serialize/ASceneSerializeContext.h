@@ -147,6 +147,6 @@ private:
     int m_MissingElements = 0;
     ASceneLoadObserver* m_Observer = nullptr;
     std::wstring m_ClassName;
-    std::u16string m_CodeUnits; // of the string that is being stored or loaded
+    std::u16string m_CodeUnits; // of the string that is being stored
 };
 } // namespace Kelvra

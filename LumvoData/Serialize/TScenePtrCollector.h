@@ -2,11 +2,13 @@
 
 #include <LumvoData/Contracts/KelvraData/AClassFactory.h>
 #include <LumvoData/Contracts/KelvraService/KvExport.h>
-#include <LumvoData/Serialize/AAddressTable.h>
+#include <LumvoData/Serialize/AControlBlocks.h>
 #include <LumvoData/Serialize/AScenePtrCollector.h>
 #include <LumvoData/Serialize/ASceneReports.h>
 #include <LumvoData/Serialize/ASceneSerializeCollector.h>
 #include <LumvoData/Serialize/ASceneSerializeContext.h>
+#include <LumvoData/Serialize/TBlockList.h>
+#include <LumvoData/Serialize/TPlaceTable.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -38,7 +40,7 @@ public:
     {
         if (!p)
             return WriteKey(0, context);
-        if (const std::uint32_t key = m_Addresses.Find(p.get()); key != 0) {
+        if (const std::uint32_t key = m_Stored.Find(p.get()); key != 0) {
             if (IsOpen(key))
                 SceneReports::Fail(SceneReports::HoldsItself, p->GetRuntimeClassId().GetName());
             return WriteKey(IsOpen(key) ? 0 : key, context);
@@ -48,8 +50,7 @@ public:
             return WriteKey(0, context);
         }
         // Kept from here on, whatever stops its record: its address must not come to mean another object.
-        m_Objects.push_back(p);
-        const std::uint32_t key = m_Addresses.Add(p.get());
+        const std::uint32_t key = m_Stored.Add(p);
         m_Open.resize(key, 1);
         WriteKey(key, context);
         context.Write(p->GetRuntimeClassId().GetName());
@@ -82,13 +83,13 @@ public:
         className.clear();
         context.Read(className);
         if (!context.CanNest())
-            return SceneReports::Fail(SceneReports::ReadTooDeep, className);
+            return SceneReports::Fail(SceneReports::ReadTooDeep, std::move(className));
         context.CountObject();
         std::shared_ptr<T> object = Create(className);
         if (!object)
             return;
         if (static_cast<std::uint32_t>(key) == m_Objects.size() + 1)
-            m_Objects.emplace_back();
+            m_Objects.push_back(nullptr);
         const ASceneSerializeContext::Nesting nesting(context);
         if (observer != nullptr)
             observer->OnObjectBegin(*object, keyOffset, context.GetPosition());
@@ -107,9 +108,11 @@ public:
         if (static_cast<std::int32_t>(number) != key)
             return nullptr;
         if (number - 1 < m_Objects.size() && m_Objects[number - 1])
-            return IsOpen(number) ? nullptr : m_Objects[number - 1];
-        const std::uint32_t place = m_OtherKeys.Find(number);
-        return place == 0 ? nullptr : m_Others[place - 1];
+            return m_Objects[number - 1];
+        if (number - 1 < m_Open.size())
+            return IsOpen(number) ? nullptr : m_Stored[number];
+        const std::uint32_t place = m_Others.Find(number);
+        return place == 0 ? nullptr : m_Others[place].second;
     }
 
 private:
@@ -118,8 +121,9 @@ private:
         context.Write(&key, static_cast<int>(sizeof key));
     }
 
-    /// Makes an object; empty, and reported, when there is none of that class or it is no `T`.
-    std::shared_ptr<T> Create(const std::wstring& className)
+    /// Makes an object; empty, and reported, when there is none of that class or it is no `T`. The name of an unknown
+    /// class is used up.
+    std::shared_ptr<T> Create(std::wstring& className)
     {
         // Objects of one class follow each other, so the last class is remembered.
         if (!m_Creator || className != m_CreatorName) {
@@ -131,14 +135,14 @@ private:
         }
         std::unique_ptr<AObject> created(m_Creator ? m_Creator->Create() : nullptr);
         if (!created)
-            SceneReports::Fail(SceneReports::ObjectNotCreated, className);
+            SceneReports::Fail(SceneReports::ObjectNotCreated, std::move(className));
         T* const typed = CastCreated(created.get());
         if (typed == nullptr) {
             SceneReports::Fail(SceneReports::ObjectOfOtherType, T::GetClassId().GetName());
             return nullptr;
         }
-        static_cast<void>(created.release()); // owned by the shared pointer from here on
-        return std::shared_ptr<T>(typed);
+        static_cast<void>(created.release());
+        return m_ControlBlocks.Share(std::unique_ptr<T>(typed));
     }
 
     /// The checked cast of a new object. Within all objects of one class `T` lies at the same distance.
@@ -172,12 +176,8 @@ private:
 
     std::shared_ptr<T>& Other(std::uint32_t key)
     {
-        std::uint32_t place = m_OtherKeys.Find(key);
-        if (place == 0) {
-            m_Others.emplace_back();
-            place = m_OtherKeys.Add(key);
-        }
-        return m_Others[place - 1];
+        const std::uint32_t place = m_Others.Find(key);
+        return m_Others[place != 0 ? place : m_Others.Add({key, nullptr})].second;
     }
 
     // Loading: the last class that was met, its name and creator, its type and where `T` lies in its objects.
@@ -186,11 +186,12 @@ private:
     const std::type_info* m_CreatedType = nullptr;
     std::ptrdiff_t m_CastDistance = 0;
 
-    std::vector<std::shared_ptr<T>> m_Objects;  // by key - 1; loading: empty while the record is incomplete
-    AAddressTable m_Addresses;                  // storing: the place of an object's address is its key
-    std::vector<std::uint8_t> m_Open;           // storing: by key - 1, 1 while the record is being written
-    AKeyTable m_OtherKeys;                      // loading: keys that do not count from 1
-    std::vector<std::shared_ptr<T>> m_Others;   // loading: their objects, by place - 1
-    std::vector<std::shared_ptr<T>> m_Replaced; // loading: kept alive until the run ends
+    TPlaceTable<std::shared_ptr<T>> m_Stored; // storing: the place of an object is its key
+    std::vector<std::uint8_t> m_Open;         // storing: by key - 1, 1 while the record is being written
+
+    AControlBlocks m_ControlBlocks;
+    TBlockList<std::shared_ptr<T>> m_Objects;                           // loading: by key - 1; empty while incomplete
+    TPlaceTable<std::pair<std::uint32_t, std::shared_ptr<T>>> m_Others; // loading: those whose keys do not count from 1
+    std::vector<std::shared_ptr<T>> m_Replaced;                         // loading: kept alive until the run ends
 };
 } // namespace Kelvra

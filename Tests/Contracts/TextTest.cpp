@@ -22,12 +22,15 @@ TEST(Text, KeepsEveryUtf16Unit)
         {u"x\xDBFF", L"x\xDBFF"}};
     std::u16string readUnits = u"former";
     std::wstring readText = L"former";
-    for (const auto& [units, text] : rows) {
-        KvText::FromUtf16(units, readText);
-        EXPECT_EQ(readText, text);
-        KvText::ToUtf16(text, readUnits);
-        EXPECT_EQ(readUnits, units) << testing::PrintToString(text);
-    }
+    for (const auto& [units, text] : rows)
+        for (const std::size_t before : {0U, 62U, 63U, 64U, 127U}) {
+            const std::u16string longUnits = std::u16string(before, u'x') + units + std::u16string(70, u'y');
+            const std::wstring longText = std::wstring(before, L'x') + text + std::wstring(70, L'y');
+            KvText::FromUtf16(longUnits, readText);
+            EXPECT_EQ(readText, longText);
+            KvText::ToUtf16(longText, readUnits);
+            EXPECT_EQ(readUnits, longUnits) << testing::PrintToString(longText);
+        }
 }
 
 // Each byte that fits no character is replaced by itself, and what follows is read on.

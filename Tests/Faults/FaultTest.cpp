@@ -181,11 +181,11 @@ TEST_F(Faults, TablesOutliveFailedAllocations)
 {
     constexpr std::uint32_t count = 200;
     for (std::size_t number = 1; number <= 12; ++number) {
-        AKeyTable table;
+        TPlaceTable<std::pair<std::uint32_t, int>> table;
         Fault fault(Fault::Memory, number);
         for (std::uint32_t key = 1; key <= count; ++key)
             try {
-                table.Add(key);
+                table.Add({key, 0});
             } catch (const std::bad_alloc&) {
                 for (std::uint32_t other = 1; other < key; ++other)
                     EXPECT_EQ(table.Find(other), other) << number;
@@ -265,7 +265,7 @@ TEST_P(FailingCalls, AreToldWithTheFilesNameAndTheReason)
 INSTANTIATE_TEST_SUITE_P(Faults, FailingCalls,
                          testing::Values(FailingCall{{"Read"}, Fault::ReadFails, std::errc::io_error, false, 4},
                                          FailingCall{
-                                             {"Write"}, Fault::WriteFails, std::errc::no_space_on_device, true, 4},
+                                             {"Write"}, Fault::WriteFails, std::errc::no_space_on_device, true, 3},
                                          FailingCall{{"Close"}, Fault::CloseFails, std::errc::io_error, true, 1}),
                          RowName<FailingCall>);
 

@@ -1,6 +1,9 @@
 #include <Tests/Faults/Faults.h>
 
 #include <dlfcn.h>
+#include <malloc.h>
+#include <sys/uio.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -19,6 +22,9 @@ struct State
 };
 State s_State;
 
+std::size_t s_InUse = 0; // bytes
+std::size_t s_MostInUse = 0;
+
 bool IsOn(Fault::Kind kind) noexcept
 {
     return s_State.on && s_State.kind == kind;
@@ -36,9 +42,18 @@ void* Allocate(std::size_t size, std::size_t alignment)
     if (Fails(Fault::Memory) || Fails(Fault::NoMemory) || (IsOn(Fault::NoMemory) && s_State.left == 0))
         throw std::bad_alloc();
     const std::size_t rounded = (size + alignment) / alignment * alignment; // never 0
-    if (void* const memory = std::aligned_alloc(alignment, rounded))
-        return memory;
-    throw std::bad_alloc();
+    void* const memory = std::aligned_alloc(alignment, rounded);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    s_InUse += malloc_usable_size(memory);
+    s_MostInUse = std::max(s_MostInUse, s_InUse);
+    return memory;
+}
+
+void Free(void* memory) noexcept
+{
+    s_InUse -= malloc_usable_size(memory);
+    std::free(memory);
 }
 
 template <class Function> Function* Original(const char* name) noexcept
@@ -66,6 +81,16 @@ bool Fault::Stop() noexcept
     return s_State.left == 0;
 }
 
+MemoryPeak::MemoryPeak() noexcept : m_Former(s_InUse)
+{
+    s_MostInUse = s_InUse;
+}
+
+std::size_t MemoryPeak::Get() const noexcept
+{
+    return s_MostInUse - m_Former;
+}
+
 // Other forms of new and delete come down to these.
 void* operator new(std::size_t size)
 {
@@ -77,19 +102,19 @@ void* operator new(std::size_t size, std::align_val_t alignment)
 }
 void operator delete(void* memory) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 void operator delete(void* memory, std::align_val_t) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 
 // The program's own functions stand before those of the C library, for the libraries that it uses as well.
@@ -116,14 +141,16 @@ extern "C" int ferror(std::FILE* file) noexcept
     return s_State.on && s_State.failed == file ? 1 : s_Original(file);
 }
 
-extern "C" std::size_t fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file)
+extern "C" ssize_t writev(int file, const iovec* blocks, int count) noexcept
 {
-    static const auto s_Original = Original<std::size_t(const void*, std::size_t, std::size_t, std::FILE*)>("fwrite");
-    const bool fails = Fails(Fault::WriteFails);
-    const std::size_t done = s_Original(data, size, fails ? count / 2 : count, file);
-    if (fails)
-        errno = ENOSPC;
-    return done;
+    static const auto s_Original = Original<ssize_t(int, const iovec*, int)>("writev");
+    const bool isFull = IsOn(Fault::WriteFails) && s_State.left == 0;
+    if (!isFull && !Fails(Fault::WriteFails))
+        return s_Original(file, blocks, count);
+    if (!isFull && blocks[0].iov_len > 1)
+        return write(file, blocks[0].iov_base, blocks[0].iov_len / 2);
+    errno = ENOSPC;
+    return -1;
 }
 
 extern "C" int fclose(std::FILE* file)

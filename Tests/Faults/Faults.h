@@ -15,7 +15,7 @@ public:
         NoMemory,   ///< So does every later one.
         ReadEnds,   ///< Files end after so many bytes have been read, whatever their size was when they were opened.
         ReadFails,  ///< A read gives half of what it is asked for, for EIO.
-        WriteFails, ///< A write takes half of what it is given, for ENOSPC.
+        WriteFails, ///< A write takes some of what it is given, and later ones nothing, for ENOSPC.
         CloseFails, ///< Closing a file fails, for EIO.
     };
 
@@ -28,4 +28,16 @@ public:
 
     /// True when the call came and failed, or when so many bytes were read. Nothing fails any more.
     [[nodiscard]] bool Stop() noexcept;
+};
+
+/// The memory that this process takes with new while this lives.
+class MemoryPeak
+{
+public:
+    MemoryPeak() noexcept;
+    /// The most bytes that were in use at once, beyond those that were in use before.
+    [[nodiscard]] std::size_t Get() const noexcept;
+
+private:
+    std::size_t m_Former;
 };

@@ -6,6 +6,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace Kelvra;
@@ -107,6 +108,36 @@ TEST_F(CollectorTest, ManyForeignKeysGiveSharedObjects)
         });
     }
     EXPECT_EQ(TakeReports(), Reports());
+}
+
+// What was loaded together is not held together: each object lives as long as its own pointers.
+TEST_F(CollectorTest, LoadedObjectsOutliveTheRunOneByOne)
+{
+    constexpr std::uint32_t count = 5000;
+    Bytes file;
+    for (std::uint32_t i = 1; i <= count; ++i)
+        file.Add(Texture(i, u""));
+    std::vector<std::shared_ptr<ATexture>> kept;
+    std::vector<std::weak_ptr<ATexture>> all;
+    Load(file, [&](ASceneSerializeContext& context) {
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const std::shared_ptr<ATexture> texture = Next<ATexture>(context);
+            all.push_back(texture);
+            if (i % 7 == 3 || i > count - 5)
+                kept.push_back(texture);
+        }
+    });
+    const auto alive = [&] {
+        return std::count_if(all.begin(), all.end(), [](const auto& texture) { return !texture.expired(); });
+    };
+    EXPECT_EQ(alive(), static_cast<std::ptrdiff_t>(kept.size()));
+    std::thread([&] { kept.erase(kept.begin(), kept.begin() + 300); }).join();
+    EXPECT_EQ(alive(), static_cast<std::ptrdiff_t>(kept.size()));
+    for (const auto& texture : kept)
+        EXPECT_EQ(texture.use_count(), 1);
+    all.erase(all.begin() + 1, all.end());
+    kept.clear();
+    EXPECT_TRUE(all.front().expired());
 }
 
 // A reference that cannot be loaded reads as empty and says why; a held pointer stays.

@@ -8,6 +8,8 @@
 
 #if defined(_WIN32)
 #    include <share.h>
+#else
+#    include <sys/uio.h>
 #endif
 
 namespace Kelvra {
@@ -35,6 +37,44 @@ std::uint64_t RegularFileSize(const std::filesystem::path& path, std::error_code
     else if (!std::filesystem::is_regular_file(status))
         error = std::make_error_code(std::errc::invalid_seek);
     return error ? 0 : std::filesystem::file_size(path, error);
+}
+
+struct Block
+{
+    const char* data;
+    std::size_t size;
+};
+
+/// Writes two blocks, either of which may be empty, one behind the other: in one call where the system has one.
+/// \returns how many bytes were written; where that is not all, errno may say why.
+std::size_t WriteBlocks(std::FILE* file, Block first, Block second) noexcept
+{
+    errno = 0;
+#if defined(_WIN32)
+    const std::size_t done = std::fwrite(first.data, 1, first.size, file);
+    return done < first.size ? done : done + std::fwrite(second.data, 1, second.size, file);
+#else
+    const auto skip = [](Block& block, std::size_t size) {
+        block.data += size;
+        block.size -= size;
+    };
+    const auto vector = [](const Block& block) { return iovec{const_cast<char*>(block.data), block.size}; };
+    std::size_t done = 0;
+    while (first.size + second.size > 0) {
+        const iovec blocks[] = {vector(first), vector(second)};
+        const ssize_t written = writev(fileno(file), blocks, 2);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            break;
+        const auto size = static_cast<std::size_t>(written);
+        const std::size_t ofFirst = std::min(size, first.size);
+        skip(first, ofFirst);
+        skip(second, size - ofFirst);
+        done += size;
+    }
+    return done;
+#endif
 }
 
 std::error_code SystemError() noexcept
@@ -131,15 +171,16 @@ void CFile::WriteBeyondBuffer(const void* data, std::size_t count)
         bytes += size;
         count -= size;
     };
-    // Up to a page boundary, so that the next write begins at one.
-    fill(count < s_DirectSize ? s_BufferSize - m_Used : (s_BufferSize - m_Used) % s_PageSize);
-    WriteToSystem(m_Buffer.get(), std::exchange(m_Used, 0));
-    if (count >= s_DirectSize - s_PageSize) {
-        const std::size_t direct = count - count % s_PageSize;
-        WriteToSystem(bytes, direct);
-        bytes += direct;
-        count -= direct;
-    }
+    // What goes past the buffer ends at a page of the file, so that the next write begins at one.
+    std::size_t direct = 0;
+    if (count < s_DirectSize)
+        fill(s_BufferSize - m_Used);
+    else
+        direct = count - (m_Used + count) % s_PageSize;
+    if (!WriteToSystem(bytes, direct))
+        Fail("cannot write");
+    bytes += direct;
+    count -= direct;
     fill(count);
 }
 
@@ -154,30 +195,24 @@ std::size_t CFile::ReadFromSystem(void* data, std::size_t count)
     return done;
 }
 
-bool CFile::PutToSystem(const void* data, std::size_t count) noexcept
+bool CFile::WriteToSystem(const char* data, std::size_t count) noexcept
 {
-    errno = 0;
-    const std::size_t done = std::fwrite(data, 1, count, m_File);
+    const std::size_t all = m_Used + count;
+    const std::size_t done = WriteBlocks(m_File, {m_Buffer.get(), std::exchange(m_Used, 0)}, {data, count});
     m_BufferStart += done;
-    if (done == count)
+    if (done == all)
         return true;
     m_Error = SystemError();
     m_Writable = false;
     return false;
 }
 
-void CFile::WriteToSystem(const void* data, std::size_t count)
-{
-    if (!PutToSystem(data, count))
-        Fail("cannot write");
-}
-
 void CFile::Close()
 {
     if (m_File == nullptr)
         return;
-    if (m_Writable && m_Used > 0)
-        PutToSystem(m_Buffer.get(), m_Used);
+    if (m_Writable)
+        WriteToSystem(nullptr, 0);
     errno = 0;
     if (std::fclose(std::exchange(m_File, nullptr)) != 0 && m_Writing && !m_Error)
         m_Error = SystemError();

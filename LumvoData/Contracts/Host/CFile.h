@@ -109,8 +109,7 @@ private:
     std::size_t ReadBeyondBuffer(void* data, std::size_t count);
     void WriteBeyondBuffer(const void* data, std::size_t count);
     std::size_t ReadFromSystem(void* data, std::size_t count);
-    void WriteToSystem(const void* data, std::size_t count);
-    bool PutToSystem(const void* data, std::size_t count) noexcept;
+    bool WriteToSystem(const char* data, std::size_t count) noexcept;
     [[noreturn]] void Fail(const char* action) const;
 
     std::unique_ptr<char[], AlignedDelete> m_Buffer;

@@ -116,6 +116,39 @@ bool NextUtf8(std::string_view bytes, std::size_t& at, char32_t& c) noexcept
     return true;
 }
 
+/// Converts character by character: almost all text in blocks of `convertBlock`, and where that answers false, because
+/// something is among it that takes a pair on one side, one `convertOne` after the other.
+template <class From, class To, class ConvertBlock, class ConvertOne>
+void Convert(std::basic_string_view<From> from, std::basic_string<To>& to, ConvertBlock convertBlock,
+             ConvertOne convertOne)
+{
+    to.clear();
+    to.reserve(from.size());
+    for (std::size_t at = 0; at < from.size();) {
+        constexpr std::size_t blockSize = 64;
+        To block[blockSize];
+        const std::size_t size = std::min(from.size() - at, blockSize);
+        if (convertBlock(from.substr(at, size), block)) {
+            to.append(block, size);
+            at += size;
+        } else
+            for (const std::size_t end = at + size; at < end;) // what a pair makes may end behind it
+                convertOne(at);
+    }
+}
+
+/// Converts in steps as wide as the processor has; false, with units that mean nothing, where `isOther` answers true.
+template <class From, class To, class IsOther>
+bool ConvertUnits(std::basic_string_view<From> from, To* to, IsOther isOther) noexcept
+{
+    std::uint32_t others = 0;
+    for (std::size_t i = 0; i < from.size(); ++i) {
+        to[i] = static_cast<To>(from[i]);
+        others |= isOther(from[i]) ? 1U : 0U;
+    }
+    return others == 0;
+}
+
 bool IsPlain(char32_t c) noexcept
 {
     const bool control = c < 0x20 || (c >= 0x7F && c < 0xA0);
@@ -126,36 +159,25 @@ bool IsPlain(char32_t c) noexcept
 }
 } // namespace
 
-// Almost all text is in the first 65,536 characters: it is converted in one go, in steps as wide as the processor has,
-// and again, character by character, where something else was among it.
+bool ToUtf16Units(std::wstring_view text, char16_t* units) noexcept
+{
+    return ConvertUnits(text, units,
+                        [](wchar_t c) { return sizeof(wchar_t) > 2 && static_cast<std::uint32_t>(c) > 0xFFFF; });
+}
+
 void ToUtf16(std::wstring_view text, std::u16string& units)
 {
-    units.resize(text.size());
-    std::uint32_t all = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        units[i] = static_cast<char16_t>(text[i]);
-        all |= static_cast<std::uint32_t>(text[i]);
-    }
-    if (sizeof(wchar_t) == 2 || all <= 0xFFFF)
-        return;
-    units.clear();
-    for (const wchar_t c : text)
-        AppendUtf16(units, static_cast<char32_t>(c));
+    Convert(text, units, ToUtf16Units, [&](std::size_t& at) { AppendUtf16(units, static_cast<char32_t>(text[at++])); });
 }
 
 void FromUtf16(std::u16string_view units, std::wstring& text)
 {
-    text.resize(units.size());
-    std::uint32_t surrogates = 0;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        text[i] = static_cast<wchar_t>(units[i]);
-        surrogates |= IsSurrogate(units[i]) ? 1U : 0U;
-    }
-    if (sizeof(wchar_t) == 2 || surrogates == 0)
-        return;
-    text.clear();
-    for (std::size_t at = 0; at < units.size();)
-        text += static_cast<wchar_t>(NextCharacter(units, at));
+    Convert(
+        units, text,
+        [](std::u16string_view block, wchar_t* to) {
+            return ConvertUnits(block, to, [](char16_t unit) { return sizeof(wchar_t) > 2 && IsSurrogate(unit); });
+        },
+        [&](std::size_t& at) { text += static_cast<wchar_t>(NextCharacter(units, at)); });
 }
 
 std::string ToUtf8(std::wstring_view text)

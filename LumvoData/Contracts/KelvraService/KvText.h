@@ -17,6 +17,11 @@ namespace Kelvra::KvText {
 /// is no character at all (above U+10FFFF) becomes U+FFFD.
 KELVRASERVICE_API void ToUtf16(std::wstring_view text, std::u16string& units);
 
+/// Puts the UTF-16 code units of a text that has none but characters of one unit each, as almost all texts, into
+/// `units`, which has room for as many.
+/// \returns false, with units that mean nothing, where there is another character.
+[[nodiscard]] KELVRASERVICE_API bool ToUtf16Units(std::wstring_view text, char16_t* units) noexcept;
+
 /// Puts the characters of `units` into `text`, replacing what it held.
 ///
 /// Where `wchar_t` has 4 bytes a surrogate pair becomes one character; a lone surrogate stays as it is, so

@@ -1,21 +1,42 @@
 #pragma once
 
+#include <LumvoData/Contracts/Host/HostMemory.h>
+#include <LumvoData/Serialize/TBlockList.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
+#include <utility>
 #include <vector>
 
 namespace Kelvra {
 
-/// The values that were added to it, each with its place: 1 for the first, 2 for the second.
+/// What an entry of a TPlaceTable is sought by: the address of an object that it shares, or the number before it.
+template <class T> const void* PlaceValue(const std::shared_ptr<T>& entry) noexcept
+{
+    return entry.get();
+}
+template <class T> std::uint32_t PlaceValue(const std::pair<std::uint32_t, T>& entry) noexcept
+{
+    return entry.first;
+}
+
+/// The entries that were added to it, each with its place: 1 for the first, 2 for the second.
 ///
 /// A hash table of places, at most half full. A value is sought in a few neighbouring slots; where those are taken it is
 /// kept in an ordered map, so that no choice of values, as a hostile file may make it, costs more than the map does.
-template <class Value> class TPlaceTable
+template <class Entry> class TPlaceTable
 {
 public:
-    /// The place of a value, 0 where it was not added.
+    using Value = decltype(PlaceValue(std::declval<const Entry&>()));
+
+    /// The entry at a place.
+    [[nodiscard]] Entry& operator[](std::uint32_t place) { return m_Entries[place - 1]; }
+    [[nodiscard]] const Entry& operator[](std::uint32_t place) const { return m_Entries[place - 1]; }
+
+    /// The place of the entry with a value, 0 where none was added.
     [[nodiscard]] std::uint32_t Find(Value value) const
     {
         if (m_Slots.empty())
@@ -25,20 +46,20 @@ public:
             const Slot& slot = m_Slots[i];
             if (slot.place == 0)
                 return 0;
-            if (slot.tag == Tag(value) && m_Values[slot.place - 1] == value)
+            if (slot.tag == Tag(value) && PlaceValue(m_Entries[slot.place - 1]) == value)
                 return slot.place;
         }
         const auto found = m_Crowded.find(value);
         return found == m_Crowded.end() ? 0 : found->second;
     }
 
-    /// Adds a value that was not added before.
+    /// Adds an entry whose value was not added before.
     /// \returns its place.
-    std::uint32_t Add(Value value)
+    std::uint32_t Add(Entry entry)
     {
-        m_Values.push_back(value);
-        const auto place = static_cast<std::uint32_t>(m_Values.size());
-        if (2 * m_Values.size() > m_Slots.size())
+        m_Entries.push_back(std::move(entry));
+        const auto place = static_cast<std::uint32_t>(m_Entries.size());
+        if (2 * m_Entries.size() > m_Slots.size())
             Grow();
         else
             Settle(place);
@@ -79,7 +100,7 @@ private:
 
     void Settle(std::uint32_t place)
     {
-        const Value value = m_Values[place - 1];
+        const Value value = PlaceValue(m_Entries[place - 1]);
         const std::size_t home = Home(value);
         for (std::size_t i = home; i < home + s_Neighbours; ++i)
             if (m_Slots[i].place == 0) {
@@ -92,21 +113,21 @@ private:
     void Grow()
     {
         // Where there is no memory for more slots, those that are there stay in use.
-        m_Slots = std::vector<Slot>((std::size_t{2} << m_Bits) + s_Neighbours);
+        const std::size_t size = (std::size_t{2} << m_Bits) + s_Neighbours;
+        std::vector<Slot> slots;
+        slots.reserve(size);
+        PrefaultMemory(slots.data(), size * sizeof(Slot));
+        slots.resize(size);
+        m_Slots = std::move(slots);
         ++m_Bits;
         m_Crowded.clear();
-        for (std::uint32_t place = 1; place <= m_Values.size(); ++place)
+        for (std::uint32_t place = 1; place <= m_Entries.size(); ++place)
             Settle(place);
     }
 
-    std::vector<Value> m_Values; // by place - 1
+    TBlockList<Entry> m_Entries; // by place - 1
     std::vector<Slot> m_Slots;   // 2 to the power of m_Bits are homes
     std::map<Value, std::uint32_t, std::less<Value>> m_Crowded;
     unsigned m_Bits = 5;
 };
-
-/// Objects by their address, while they are stored.
-using AAddressTable = TPlaceTable<const void*>;
-/// Objects by the key that a file gives them, while they are loaded.
-using AKeyTable = TPlaceTable<std::uint32_t>;
 } // namespace Kelvra
