@@ -3,6 +3,7 @@
 
 build_packages=(g++ cmake ninja-build libpugixml-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
     libassimp-dev libgtest-dev libgmock-dev)
+fuzz_packages=(clang libclang-rt-14-dev)
 
 say() {
     printf '\n==> %s\n' "$*"

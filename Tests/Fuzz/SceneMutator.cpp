@@ -238,9 +238,8 @@ std::string_view View(const std::uint8_t* data, std::size_t size)
 {
     return {reinterpret_cast<const char*>(data), size};
 }
-} // namespace
 
-extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maxSize, unsigned seed)
+std::size_t Mutate(std::uint8_t* data, std::size_t size, std::size_t maxSize, unsigned seed)
 {
     if (seed % 4 != 0) {
         Mutation mutation(View(data, size), seed);
@@ -252,6 +251,43 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     return LLVMFuzzerMutate(data, size, maxSize);
 }
 
+/// Makes the text or buffer that is not in the file short, or too long to be made at all.
+/// \returns false where there is none, or it is as it should be.
+bool LimitLastElements(std::uint8_t* data, std::size_t size, Random& random)
+{
+    constexpr std::int32_t shortest = 1 << 12, longest = 1 << 24;
+    const SceneParts scene(View(data, size));
+    if (scene.parts.empty() || scene.parts.back().kind != PartKind::Count)
+        return false;
+    std::uint8_t* const place = data + scene.parts.back().offset;
+    std::int32_t count = 0;
+    std::memcpy(&count, place, sizeof count);
+    if (count < shortest || count >= longest)
+        return false;
+    count = random() % 2 == 0 ? count % shortest : count + longest;
+    std::memcpy(place, &count, sizeof count);
+    return true;
+}
+
+/// A text or a buffer that is not in the file is made as long as its count says, up to 16 MiB. That takes nearly all of
+/// the time, so only a few inputs keep such a count.
+void LimitMissingElements(std::uint8_t* data, std::size_t size, unsigned seed)
+{
+    Random random(seed);
+    if (random() % 4096 == 0)
+        return;
+    while (LimitLastElements(data, size, random)) { // a short one may be in the file, and one behind it not
+    }
+}
+} // namespace
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maxSize, unsigned seed)
+{
+    const std::size_t mutated = Mutate(data, size, maxSize, seed);
+    LimitMissingElements(data, mutated, seed);
+    return mutated;
+}
+
 extern "C" std::size_t LLVMFuzzerCustomCrossOver(const std::uint8_t* data1, std::size_t size1,
                                                  const std::uint8_t* data2, std::size_t size2, std::uint8_t* out,
                                                  std::size_t maxOutSize, unsigned seed)
@@ -260,5 +296,6 @@ extern "C" std::size_t LLVMFuzzerCustomCrossOver(const std::uint8_t* data1, std:
     if (!mutation.Splice(View(data2, size2)) || mutation.GetFile().size() > maxOutSize)
         return 0;
     std::copy(mutation.GetFile().begin(), mutation.GetFile().end(), out);
+    LimitMissingElements(out, mutation.GetFile().size(), seed);
     return mutation.GetFile().size();
 }

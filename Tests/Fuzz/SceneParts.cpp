@@ -1,5 +1,7 @@
 #include <Tests/Fuzz/SceneParts.h>
 
+#include <LumvoData/Serialize/ASceneSerializeContext.h>
+
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -23,15 +25,15 @@ public:
     }
 
 private:
-    static constexpr int s_Deepest = 1100; // a little more than a loader follows
+    // Each of these answers false where the file ends first.
 
     bool ReadReference(Family family, std::size_t count, int depth)
     {
         const std::size_t index = m_Found.references.size();
         m_Found.references.push_back({family, m_Position, m_File.size(), count});
-        const bool inStep = ReadObject(family, depth);
+        const bool whole = ReadObject(family, depth);
         m_Found.references[index].end = m_Position;
-        return inStep;
+        return whole;
     }
 
     bool ReadObject(Family family, int depth)
@@ -50,8 +52,8 @@ private:
         std::u16string name((m_Position - start - 4) / 2, u' ');
         std::memcpy(name.data(), m_File.data() + start + 4, 2 * name.size());
         const RecordDescription* const record = FindRecord(name);
-        if (record == nullptr || record->family != family || depth == s_Deepest)
-            return false;
+        if (record == nullptr || record->family != family || depth == Kelvra::ASceneSerializeContext::MaxNesting)
+            return true;
         for (const Field& field : record->fields)
             if (!ReadField(field, depth))
                 return false;

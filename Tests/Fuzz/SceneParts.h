@@ -41,7 +41,8 @@ struct Reference
     std::size_t count; ///< Where the count of the list is that it stands in; 0 where it stands in none.
 };
 
-/// What stands where in a scene file, up to the first place after which its records are out of step.
+/// What a loader takes to stand where in a scene file: it goes on behind the name of an object that it cannot make.
+/// Where the file ends inside a text or a buffer, the count of that is the last part.
 struct SceneParts
 {
     explicit SceneParts(std::string_view file);

@@ -11,7 +11,7 @@ std::ostream& operator<<(std::ostream& out, const Report& report)
     return out << report.source << '(' << report.line << "): " << KvText::Printable(report.message, 200);
 }
 
-SceneFileTest::SceneFileTest()
+SceneFileTest::SceneFileTest(const std::filesystem::path& parent)
     : m_Scope([this](const KvReport& report) {
           m_Reports.push_back({std::wstring(report.message), report.source, report.line});
       })
@@ -19,7 +19,7 @@ SceneFileTest::SceneFileTest()
     // Tests run side by side: the folder's name must be its own.
     std::random_device random;
     do
-        m_Folder = std::filesystem::temp_directory_path() / ("LumvoDataTest-" + std::to_string(random()));
+        m_Folder = parent / ("LumvoDataTest-" + std::to_string(random()));
     while (!std::filesystem::create_directory(m_Folder));
 }
 

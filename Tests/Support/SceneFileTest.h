@@ -32,7 +32,8 @@ using Reports = std::vector<Report>;
 class SceneFileTest : public testing::Test
 {
 public:
-    SceneFileTest();
+    /// \param parent the folder in which the test makes one of its own.
+    explicit SceneFileTest(const std::filesystem::path& parent = std::filesystem::temp_directory_path());
     ~SceneFileTest() override;
 
     /// A path in a folder that is removed at the end of the test.
