@@ -137,16 +137,15 @@ void Convert(std::basic_string_view<From> from, std::basic_string<To>& to, Conve
     }
 }
 
-/// Converts in steps as wide as the processor has; false, with units that mean nothing, where `isOther` answers true.
-template <class From, class To, class IsOther>
-bool ConvertUnits(std::basic_string_view<From> from, To* to, IsOther isOther) noexcept
+// The compiler turns this loop, and the one of ToUtf16Units, into steps as wide as the processor has.
+bool FromUtf16Units(std::u16string_view units, wchar_t* text) noexcept
 {
-    std::uint32_t others = 0;
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        to[i] = static_cast<To>(from[i]);
-        others |= isOther(from[i]) ? 1U : 0U;
+    std::uint16_t surrogates = 0;
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        text[i] = static_cast<wchar_t>(units[i]);
+        surrogates = static_cast<std::uint16_t>(surrogates | ((units[i] & 0xF800) == 0xD800 ? 1 : 0));
     }
-    return others == 0;
+    return sizeof(wchar_t) == 2 || surrogates == 0;
 }
 
 bool IsPlain(char32_t c) noexcept
@@ -161,8 +160,12 @@ bool IsPlain(char32_t c) noexcept
 
 bool ToUtf16Units(std::wstring_view text, char16_t* units) noexcept
 {
-    return ConvertUnits(text, units,
-                        [](wchar_t c) { return sizeof(wchar_t) > 2 && static_cast<std::uint32_t>(c) > 0xFFFF; });
+    std::uint32_t all = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        units[i] = static_cast<char16_t>(text[i]);
+        all |= static_cast<std::uint32_t>(text[i]);
+    }
+    return sizeof(wchar_t) == 2 || all <= 0xFFFF;
 }
 
 void ToUtf16(std::wstring_view text, std::u16string& units)
@@ -172,12 +175,8 @@ void ToUtf16(std::wstring_view text, std::u16string& units)
 
 void FromUtf16(std::u16string_view units, std::wstring& text)
 {
-    Convert(
-        units, text,
-        [](std::u16string_view block, wchar_t* to) {
-            return ConvertUnits(block, to, [](char16_t unit) { return sizeof(wchar_t) > 2 && IsSurrogate(unit); });
-        },
-        [&](std::size_t& at) { text += static_cast<wchar_t>(NextCharacter(units, at)); });
+    Convert(units, text, FromUtf16Units,
+            [&](std::size_t& at) { text += static_cast<wchar_t>(NextCharacter(units, at)); });
 }
 
 std::string ToUtf8(std::wstring_view text)

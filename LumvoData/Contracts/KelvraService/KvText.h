@@ -17,16 +17,15 @@ namespace Kelvra::KvText {
 /// is no character at all (above U+10FFFF) becomes U+FFFD.
 KELVRASERVICE_API void ToUtf16(std::wstring_view text, std::u16string& units);
 
-/// Puts the UTF-16 code units of a text that has none but characters of one unit each, as almost all texts, into
-/// `units`, which has room for as many.
-/// \returns false, with units that mean nothing, where there is another character.
-[[nodiscard]] KELVRASERVICE_API bool ToUtf16Units(std::wstring_view text, char16_t* units) noexcept;
-
 /// Puts the characters of `units` into `text`, replacing what it held.
 ///
 /// Where `wchar_t` has 4 bytes a surrogate pair becomes one character; a lone surrogate stays as it is, so
 /// that ToUtf16 gives the same units back.
 KELVRASERVICE_API void FromUtf16(std::u16string_view units, std::wstring& text);
+
+/// ToUtf16 for text of which each character takes one unit, as almost all does, into memory that has room for as many.
+/// \returns false, with units that mean nothing, where there are other characters.
+[[nodiscard]] KELVRASERVICE_API bool ToUtf16Units(std::wstring_view text, char16_t* units) noexcept;
 
 /// The text in UTF-8, always well formed: a surrogate without its partner becomes U+FFFD.
 [[nodiscard]] KELVRASERVICE_API std::string ToUtf8(std::wstring_view text);
