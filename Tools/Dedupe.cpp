@@ -4,12 +4,16 @@
 #include <Tools/Pointers.h>
 #include <Tools/SceneRecords.h>
 
+#include <LumvoData/Contracts/KelvraService/KvText.h>
+
 #include <xxhash.h>
 
+#include <map>
 #include <memory>
 #include <new>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace Lumvo {
@@ -22,7 +26,10 @@ struct StateDeleter
     void operator()(XXH3_state_t* state) const noexcept { XXH3_freeState(state); }
 };
 
-/// Takes in the records of objects, as a hash or, for the few that seem equal, as they are.
+/// The hash and the size of a record.
+using Digest = std::pair<std::uint64_t, std::uint64_t>;
+
+/// Takes in the records of objects, as a digest or, for the few that seem equal, as they are.
 ///
 /// An object that was stored as a whole is a key in the records of its holders, so that one pass over the bytes of a
 /// scene is enough.
@@ -35,15 +42,17 @@ public:
             throw std::bad_alloc();
     }
 
-    template <class T> std::uint64_t HashOf(T& object)
+    template <class T> Digest DigestOf(T& object)
     {
+        m_Size = 0;
         XXH3_64bits_reset(m_State.get());
         object.Serialize(*this);
-        return XXH3_64bits_digest(m_State.get());
+        return {XXH3_64bits_digest(m_State.get()), m_Size};
     }
+    /// The class and the record.
     template <class T> std::string BytesOf(T& object)
     {
-        std::string bytes;
+        std::string bytes = KvText::ToUtf8(object.GetRuntimeClassId().GetName()) + '\0';
         m_Bytes = &bytes;
         object.Serialize(*this);
         m_Bytes = nullptr;
@@ -62,15 +71,45 @@ private:
     {
         if (m_Ignoring)
             return;
-        if (m_Bytes != nullptr)
+        if (m_Bytes != nullptr) {
             m_Bytes->append(static_cast<const char*>(data), count);
-        else
-            XXH3_64bits_update(m_State.get(), data, count);
+            return;
+        }
+        XXH3_64bits_update(m_State.get(), data, count);
+        m_Size += count;
     }
 
     std::unique_ptr<XXH3_state_t, StateDeleter> m_State{XXH3_createState()};
+    std::uint64_t m_Size = 0;
     std::string* m_Bytes = nullptr;
     bool m_Ignoring = false;
+};
+
+/// Objects of which no two are equal.
+///
+/// A file can be made whose records all have one hash. It costs little more than another: an object whose digest is
+/// taken is compared with the one that took it, of the same size, and then found in order among all such.
+template <class T> class DistinctObjects
+{
+public:
+    explicit DistinctObjects(RecordReader& reader) : m_Reader(reader) {}
+
+    /// The equal object that is there; the object itself, which is added, where there is none.
+    std::shared_ptr<T> FindOrAdd(const std::shared_ptr<T>& object)
+    {
+        const auto [same, fresh] = m_ByDigest.emplace(m_Reader.DigestOf(*object), object);
+        if (fresh)
+            return object;
+        std::string bytes = m_Reader.BytesOf(*object);
+        if (m_Reader.BytesOf(*same->second) == bytes)
+            return same->second;
+        return m_ByBytes.emplace(std::move(bytes), object).first->second;
+    }
+
+private:
+    RecordReader& m_Reader;
+    std::map<Digest, std::shared_ptr<T>> m_ByDigest;
+    std::map<std::string, std::shared_ptr<T>> m_ByBytes; // those whose digest another has
 };
 
 class Sharer
@@ -90,20 +129,19 @@ public:
     /// Shares the equal objects of one kind; what they hold has had its turn.
     template <class T> std::uint64_t Share(bool (*isOfKind)(const T&))
     {
-        std::unordered_multimap<std::uint64_t, std::shared_ptr<T>> known;
+        DistinctObjects<T> distinct(m_Reader);
         std::uint64_t replaced = 0;
         for (const std::shared_ptr<AObject>& any : m_Objects) {
             const auto object = std::dynamic_pointer_cast<T>(any);
             if (!object || !isOfKind(*object))
                 continue;
             Redirect(*object);
-            const std::uint64_t hash = m_Reader.HashOf(*object);
-            if (const std::shared_ptr<T> equal = FindEqual(known, hash, *object)) {
+            const std::shared_ptr<T> equal = distinct.FindOrAdd(object);
+            if (equal == object) {
+                m_Reader.Know(object);
+            } else {
                 m_Replacements[object.get()] = equal;
                 ++replaced;
-            } else {
-                known.emplace(hash, object);
-                m_Reader.Know(object);
             }
         }
         return replaced;
@@ -123,21 +161,6 @@ private:
     {
         if (object && m_Replacements.emplace(object.get(), nullptr).second)
             m_Objects.push_back(object);
-    }
-
-    template <class T>
-    std::shared_ptr<T> FindEqual(const std::unordered_multimap<std::uint64_t, std::shared_ptr<T>>& known,
-                                 std::uint64_t hash, T& object)
-    {
-        const auto [begin, end] = known.equal_range(hash);
-        if (begin == end)
-            return nullptr;
-        const std::string bytes = m_Reader.BytesOf(object);
-        for (auto at = begin; at != end; ++at)
-            if (at->second->GetRuntimeClassId().GetName() == object.GetRuntimeClassId().GetName() &&
-                m_Reader.BytesOf(*at->second) == bytes)
-                return at->second;
-        return nullptr;
     }
 
     void Redirect(AObject& object)

@@ -8,6 +8,25 @@
 #include <iostream>
 
 namespace Lumvo {
+namespace {
+
+std::string Dump(const Json& json)
+{
+    return json.dump(2, ' ', true);
+}
+
+/// The same for what stands two levels deep.
+std::string DumpInside(const Json& json)
+{
+    std::string text;
+    for (const char letter : Dump(json)) {
+        text += letter;
+        if (letter == '\n') // of the layout: those of strings are escaped
+            text += "    ";
+    }
+    return text;
+}
+} // namespace
 
 Json ToJson(float number)
 {
@@ -57,7 +76,20 @@ Json PathToJson(const std::filesystem::path& path)
 
 void PrintJson(const Json& document)
 {
-    std::cout << document.dump(2, ' ', true) << '\n';
+    std::cout << Dump(document) << '\n';
+}
+
+void PrintJson(const Json& before, std::string_view array, const std::function<std::optional<Json>()>& next,
+               const std::function<Json()>& after)
+{
+    const std::string first = Dump(before);
+    std::cout << std::string_view(first).substr(0, first.size() - 2) << ",\n  \"" << array << "\": [";
+    const char* separator = "";
+    for (std::optional<Json> element = next(); element; element = next()) {
+        std::cout << separator << "\n    " << DumpInside(*element);
+        separator = ",";
+    }
+    std::cout << (*separator == '\0' ? "]," : "\n  ],") << Dump(after()).substr(1) << '\n';
 }
 
 void PrintJson(const std::vector<Json>& results)

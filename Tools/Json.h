@@ -8,6 +8,8 @@
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
+#include <functional>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -29,6 +31,12 @@ using Json = nlohmann::ordered_json;
 
 /// Prints one document to standard output.
 void PrintJson(const Json& document);
+/// Prints one object that has an array among its members, without keeping the elements.
+/// \param before the members before the array, at least one.
+/// \param next the next element; nothing at the end.
+/// \param after the members after the array, at least one, which are asked for behind the last element.
+void PrintJson(const Json& before, std::string_view array, const std::function<std::optional<Json>()>& next,
+               const std::function<Json()>& after);
 /// Prints the results of one file as they are, and those of several as an array.
 void PrintJson(const std::vector<Json>& results);
 } // namespace Lumvo

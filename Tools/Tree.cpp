@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -144,16 +145,20 @@ Json ToJson(const TreeRow& row, TreeWalk& walk)
 
 void PrintAsJson(const LoadedScene& scene, TreeWalk& walk, std::uint64_t most)
 {
-    Json lines = Json::array();
-    while (!walk.AtEnd() && (most == 0 || lines.size() < most))
-        lines.push_back(ToJson(walk.Next(), walk));
-    PrintJson(Json{{"file", PathToJson(scene.file)},
-                   {"endsEarly", Lumvo::ToJson(scene.earlyEnd)},
-                   {"rootReferences", scene.rootReferences},
-                   {"lines", std::move(lines)},
-                   {"nodesLeftOut", walk.GetNodesLeft()},
-                   {"leftOut", Lumvo::ToJson(scene.losses)},
-                   {"messages", scene.messages.ToJson()}});
+    std::uint64_t lines = 0;
+    const auto next = [&]() -> std::optional<Json> {
+        if (walk.AtEnd() || (most != 0 && lines++ == most))
+            return std::nullopt;
+        return ToJson(walk.Next(), walk);
+    };
+    PrintJson({{"file", PathToJson(scene.file)},
+               {"endsEarly", Lumvo::ToJson(scene.earlyEnd)},
+               {"rootReferences", scene.rootReferences}},
+              "lines", next, [&] {
+                  return Json{{"nodesLeftOut", walk.GetNodesLeft()},
+                              {"leftOut", Lumvo::ToJson(scene.losses)},
+                              {"messages", scene.messages.ToJson()}};
+              });
 }
 
 ExitCode RunTree(const Options& options)

@@ -139,6 +139,7 @@ class Document
 public:
     explicit Document(Export& job) : m_Job(job), m_Materials(job), m_Pieces(job, m_Places)
     {
+        CountNodes();
         for (const std::shared_ptr<ASceneNode>& root : job.GetRoots())
             if (root)
                 Append({root.get(), nullptr, nullptr});
@@ -184,6 +185,24 @@ private:
         const ANodeStyle* lineStyle;
     };
 
+    /// Counts the nodes before any is kept: depth first, which takes little memory however many they are.
+    void CountNodes()
+    {
+        std::vector<const ASceneNode*> ahead;
+        const auto add = [&](const std::shared_ptr<ASceneNode>& node) {
+            if (node)
+                ahead.push_back(node.get());
+        };
+        std::for_each(m_Job.GetRoots().begin(), m_Job.GetRoots().end(), add);
+        while (!ahead.empty()) {
+            const auto* const group = dynamic_cast<const AGroupSceneNode*>(ahead.back());
+            ahead.pop_back();
+            m_Places.Add();
+            if (group != nullptr)
+                std::for_each(group->GetChildNodes().begin(), group->GetChildNodes().end(), add);
+        }
+    }
+
     static void AppendRange(JsonText& text, const char* name, std::uint64_t first, std::uint64_t last)
     {
         text << "\"" << name << "\":[" << first;
@@ -194,7 +213,6 @@ private:
 
     void Append(const Ahead& ahead)
     {
-        m_Places.Add();
         if (!m_Met.insert(ahead.node).second)
             m_Job.Lose("further uses of shared nodes, written as copies");
         m_Ahead.push_back(ahead);

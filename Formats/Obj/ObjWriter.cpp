@@ -141,12 +141,12 @@ class ObjWriter
 {
 public:
     explicit ObjWriter(Export& job)
-        : m_Job(job), m_Materials(job), m_MaterialFile(MaterialFileOf(job.GetPath())), m_Out(job.Open(job.GetPath()))
+        : m_Job(job), m_Total(CountNumbers(job.GetRoots())), m_Materials(job),
+          m_MaterialFile(MaterialFileOf(job.GetPath())), m_Out(job.Open(job.GetPath()))
     {}
 
     void Write()
     {
-        ForEachPlaced(m_Job.GetRoots(), [&](const Placed& placed) { m_Total += CountNumbers(placed); });
         const LeftOut leftOut = ForEachPlaced(m_Job.GetRoots(), [&](const Placed& placed) {
             StartNode(placed);
             if (placed.mesh)
@@ -176,15 +176,6 @@ private:
         return materials;
     }
 
-    /// What the progress counts.
-    static std::uint64_t CountNumbers(const Placed& placed)
-    {
-        if (const ASubMesh* const mesh = placed.mesh.get())
-            return mesh->VertexBuffer().size() + mesh->TexCoordBuffer().size() + mesh->NormalBuffer().size() +
-                   mesh->IndexBuffer().size();
-        return placed.edge ? placed.edge->VertexBuffer().size() : placed.polygon->VertexBuffer().size();
-    }
-
     void StartNode(const Placed& placed)
     {
         if (placed.node != m_Node || placed.toWorld != m_ToWorld) {
@@ -193,10 +184,7 @@ private:
             m_Text += "o node" + std::to_string(++m_Nodes) + '\n';
             m_SharingTold = false;
         }
-        const void* const piece = placed.mesh   ? static_cast<const void*>(placed.mesh.get())
-                                  : placed.edge ? static_cast<const void*>(placed.edge.get())
-                                                : placed.polygon.get();
-        if (!m_Written.insert(piece).second && !std::exchange(m_SharingTold, true))
+        if (!m_Written.insert(placed.GetPiece()).second && !std::exchange(m_SharingTold, true))
             m_Job.Lose("references to shared entities written as copies");
         UseMaterial(placed.edge ? m_Materials.NameOf(placed.lineStyle) : m_Materials.NameOf(placed.faceStyle));
     }
@@ -263,19 +251,23 @@ private:
 
     void WritePolygon(const Placed& placed)
     {
-        // The mesh of a polygon has its corners in order and its normal at each.
-        std::shared_ptr<ASubMesh> mesh = ToMesh(*placed.polygon);
-        if (mesh->VertexBuffer().size() < 9) {
+        const ASubPolygon& polygon = *placed.polygon;
+        if (polygon.VertexBuffer().size() < 9) {
             m_Job.Lose("polygons of fewer than three corners");
             return;
         }
+        // A mesh of its corners, its normal and one triangle, which tells whether it is turned.
+        auto mesh = std::make_shared<ASubMesh>();
+        mesh->VertexBuffer() = polygon.VertexBuffer();
+        mesh->TexCoordBuffer() = polygon.TexCoordBuffer();
+        for (const double coordinate : {polygon.GetNormal().x, polygon.GetNormal().y, polygon.GetNormal().z})
+            mesh->NormalBuffer().push_back(static_cast<float>(coordinate));
         mesh->IndexBuffer() = {0, 1, 2};
         if (placed.toWorld != AMath::Matrix4::IDENTITY)
             mesh = Transformed(*mesh, placed.toWorld);
         const bool turned = mesh->IndexBuffer()[1] != 1; // by a transform that mirrors
         const std::size_t count = PutPositions(mesh->VertexBuffer());
         const bool texCoords = PutTexCoords(mesh->TexCoordBuffer(), count);
-        mesh->NormalBuffer().resize(3);
         PutNormals(mesh->NormalBuffer(), 1);
         m_Text += 'f';
         for (std::size_t i = 0; i < count; ++i)
@@ -369,17 +361,17 @@ private:
     static constexpr std::size_t s_FlushAt = 1 << 16;
 
     Export& m_Job;
+    std::uint64_t m_Total; // of numbers, as the progress counts them
     MtlWriter m_Materials;
     std::filesystem::path m_MaterialFile;
     OutputStream& m_Out;
-    std::string m_Text;        // on its way into the file
-    std::uint64_t m_Total = 0; // of numbers
+    std::string m_Text; // on its way into the file
     std::uint64_t m_Done = 0;
 
     const ASceneNode* m_Node = nullptr;
     AMath::Matrix4 m_ToWorld;
     std::uint64_t m_Nodes = 0;
-    std::unordered_set<const void*> m_Written;
+    std::unordered_set<const ASubEntity*> m_Written;
     bool m_SharingTold = false;
     std::string m_Material;
     bool m_MaterialFileNamed = false;

@@ -7,7 +7,9 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <set>
+#include <unordered_map>
 
 namespace Formats {
 
@@ -15,8 +17,8 @@ namespace {
 
 using namespace Kelvra;
 
-/// Writes the triangles of a scene in world space: one walk counts them, since the count stands in front of them, a
-/// second one writes them.
+/// Writes the triangles of a scene in world space: one walk tells whether they are too many, another counts them,
+/// since the count stands in front of them, and the last one writes them.
 class StlWriter
 {
 public:
@@ -24,6 +26,7 @@ public:
 
     void Write()
     {
+        static_cast<void>(CountNumbers(m_Job.GetRoots()));
         const LeftOut leftOut = ForEachPlaced(m_Job.GetRoots(), [this](const Placed& placed) { Count(placed); });
         if (m_Count > std::numeric_limits<std::uint32_t>::max())
             throw FormatError({}, "STL holds at most 4294967295 triangles, the scene shows " + std::to_string(m_Count));
@@ -70,12 +73,23 @@ private:
     {
         if (placed.edge)
             return;
-        std::shared_ptr<const ASubMesh> mesh = placed.mesh ? placed.mesh : ToMesh(*placed.polygon);
+        std::shared_ptr<const ASubMesh> mesh = placed.mesh ? placed.mesh : MeshOf(*placed.polygon);
         if (placed.toWorld != AMath::Matrix4::IDENTITY)
             mesh = Transformed(*mesh, placed.toWorld);
         const std::vector<unsigned int>& indices = mesh->IndexBuffer();
         for (std::size_t i = 0; i + 2 < indices.size(); i += 3)
             WriteFacet(mesh->VertexBuffer(), &indices[i]);
+    }
+
+    /// The triangles of a polygon; those of a large one, which can take long to find, are found once.
+    std::shared_ptr<const ASubMesh> MeshOf(const ASubPolygon& polygon)
+    {
+        if (polygon.VertexBuffer().size() < s_LargePolygon)
+            return ToMesh(polygon);
+        std::shared_ptr<const ASubMesh>& mesh = m_LargePolygons[&polygon];
+        if (!mesh)
+            mesh = ToMesh(polygon);
+        return mesh;
     }
 
     void WriteFacet(const std::vector<float>& points, const unsigned int* corners)
@@ -115,9 +129,12 @@ private:
             facet[axis] = length > 0 ? static_cast<float>(n[axis] / length) + 0.0F : 0.0F; // 0 for -0
     }
 
+    static constexpr std::size_t s_LargePolygon = 300; // coordinates
+
     Export& m_Job;
     OutputStream* m_Out = nullptr;
     std::set<const ASubMesh*> m_Meshes;
+    std::unordered_map<const ASubPolygon*, std::shared_ptr<const ASubMesh>> m_LargePolygons;
     std::uint64_t m_Count = 0;
     std::uint64_t m_Written = 0;
 };

@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <unordered_set>
 
 namespace Formats {
 namespace {
@@ -27,17 +28,27 @@ using namespace Kelvra;
 constexpr std::uint64_t s_PlaceSize = 64;  // in the lists that lead to an entity
 constexpr std::uint64_t s_PieceSize = 320; // of a mesh or an edge besides its numbers
 
+// What a scene may show: a gigabyte in any case, and more where its pieces are used no more often than this on average.
+constexpr std::uint64_t s_FreeNumbers = 250'000'000;
+constexpr std::uint64_t s_MostUses = 1000;
+
+std::uint64_t NumbersOf(const Placed& placed)
+{
+    if (placed.edge)
+        return placed.edge->VertexBuffer().size();
+    if (placed.polygon)
+        return placed.polygon->VertexBuffer().size() + placed.polygon->TexCoordBuffer().size();
+    const ASubMesh& mesh = *placed.mesh;
+    return mesh.VertexBuffer().size() + mesh.NormalBuffer().size() + mesh.TexCoordBuffer().size() +
+           mesh.IndexBuffer().size();
+}
+
 /// What a copy takes in memory; a polygon becomes a mesh first and is then moved.
 std::uint64_t SizeOf(const Placed& placed)
 {
-    if (placed.edge)
-        return s_PieceSize + placed.edge->VertexBuffer().size() * sizeof(float);
     if (placed.polygon)
         return 2 * s_PieceSize + 8 * placed.polygon->VertexBuffer().size() * sizeof(float);
-    const ASubMesh& mesh = *placed.mesh;
-    return s_PieceSize + (mesh.VertexBuffer().size() + mesh.NormalBuffer().size() + mesh.TexCoordBuffer().size() +
-                          mesh.IndexBuffer().size()) *
-                             sizeof(float);
+    return s_PieceSize + NumbersOf(placed) * sizeof(float);
 }
 
 template <class Piece> void FitBoxOf(Piece& piece)
@@ -251,6 +262,22 @@ std::shared_ptr<AEntity> MakeEntity(const std::vector<std::shared_ptr<ASubMesh>>
 LeftOut ForEachPlaced(const Roots& roots, const std::function<void(const Placed&)>& visit)
 {
     return PlacedWalk(roots, visit).GetLeftOut();
+}
+
+std::uint64_t CountNumbers(const Roots& roots)
+{
+    std::uint64_t shown = 0;
+    std::uint64_t held = 0;
+    std::unordered_set<const ASubEntity*> met;
+    ForEachPlaced(roots, [&](const Placed& placed) {
+        const std::uint64_t numbers = NumbersOf(placed);
+        shown += numbers;
+        held += met.insert(placed.GetPiece()).second ? numbers : 0;
+    });
+    if (shown > std::max(s_FreeNumbers, s_MostUses * held))
+        throw FormatError({}, "all geometry, each use of what is shared counted, would take " +
+                                  std::to_string(shown * sizeof(float) >> 20U) + " MB, out of proportion to the scene");
+    return shown;
 }
 
 std::shared_ptr<AEntity> Flatten(const Roots& roots, std::uint64_t budget)

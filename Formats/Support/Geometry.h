@@ -53,6 +53,13 @@ struct Placed
     const Kelvra::ASceneNode* node; ///< That holds it.
     Kelvra::AFaceStyle* faceStyle;  ///< Of the node, or the nearest node above that has one; null for none.
     Kelvra::ALineStyle* lineStyle;  ///< The same.
+
+    [[nodiscard]] const Kelvra::ASubEntity* GetPiece() const noexcept
+    {
+        if (mesh)
+            return mesh.get();
+        return edge ? static_cast<const Kelvra::ASubEntity*>(edge.get()) : polygon.get();
+    }
 };
 
 /// What a walk left out.
@@ -69,6 +76,13 @@ struct LeftOut
 ///   a small scene.
 FORMATS_API LeftOut ForEachPlaced(const Roots& roots, const std::function<void(const Placed&)>& visit);
 inline constexpr std::uint64_t MostPlaces = 10'000'000;
+
+/// How many coordinates and indices the visible nodes show, each use of a shared piece counted: what a writer that
+/// copies them has before it.
+///
+/// - Errors: FormatError when they are many, and out of proportion to those that the scene holds, and as
+///   ForEachPlaced.
+[[nodiscard]] FORMATS_API std::uint64_t CountNumbers(const Roots& roots);
 
 /// All meshes, edges and polygons of a scene in world coordinates, as one entity made by MakeEntity; polygons become
 /// meshes. A piece that stands where its own coordinates put it is shared, any other copied.

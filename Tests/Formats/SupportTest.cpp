@@ -165,17 +165,47 @@ TEST(Placed, HandsOutEachUseWithItsPlaceAndStyles)
     EXPECT_THROW((void)Formats::Flatten({group}, 2000), Formats::FormatError) << "beyond the range of floats";
 }
 
-// Forty groups that each hold the next one twice show a million million meshes.
-TEST(Placed, RefusesSharingThatExplodes)
+/// Groups that each hold the next one twice, the last one a node that shows the entity.
+Formats::Roots NestedTwice(int groups, const std::shared_ptr<AEntity>& entity)
 {
-    std::shared_ptr<ASceneNode> node = NodeOf(Formats::MakeEntity({Triangle()}, {}));
-    for (int i = 0; i < 40; ++i) {
+    std::shared_ptr<ASceneNode> node = NodeOf(entity);
+    for (int i = 0; i < groups; ++i) {
         const auto group = std::make_shared<AGroupSceneNode>();
         group->AddChildNode(node);
         group->AddChildNode(node);
         node = group;
     }
-    EXPECT_THROW(Formats::ForEachPlaced({node}, [](const Formats::Placed&) {}), Formats::FormatError);
+    return {node};
+}
+
+// Forty groups that each hold the next one twice show a million million meshes.
+TEST(Placed, RefusesSharingThatExplodes)
+{
+    const auto roots = NestedTwice(40, Formats::MakeEntity({Triangle()}, {}));
+    EXPECT_THROW(Formats::ForEachPlaced(roots, [](const Formats::Placed&) {}), Formats::FormatError);
+}
+
+// A scene may show much, or many times what it holds, but not both.
+TEST(Placed, CountsTheNumbersOfEachUse)
+{
+    const auto mesh = Triangle();
+    const auto entity = Formats::MakeEntity({mesh}, {});
+    mesh->IndexBuffer().resize(60'000);
+    EXPECT_EQ(Formats::CountNumbers(NestedTwice(12, entity)), 4096 * 60'018U);
+    EXPECT_THROW((void)Formats::CountNumbers(NestedTwice(13, entity)), Formats::FormatError);
+    mesh->IndexBuffer().resize(3'000'000);
+    EXPECT_EQ(Formats::CountNumbers(NestedTwice(9, entity)), 512 * 3'000'018U) << "much in itself";
+    EXPECT_THROW((void)Formats::CountNumbers(NestedTwice(10, entity)), Formats::FormatError);
+
+    const auto cloud = std::make_shared<ASubMesh>();
+    const auto edge = std::make_shared<ASubEdge>();
+    const auto polygon = std::make_shared<APolygonEntity>();
+    polygon->SetItem(std::make_shared<ASubPolygon>());
+    for (auto* const points : {&cloud->VertexBuffer(), &edge->VertexBuffer(), &polygon->GetItem()->VertexBuffer()})
+        points->resize(60'000);
+    for (const auto& other :
+         {Formats::MakeEntity({cloud}, {}), Formats::MakeEntity({}, {edge}), std::shared_ptr<AEntity>(polygon)})
+        EXPECT_THROW((void)Formats::CountNumbers(NestedTwice(13, other)), Formats::FormatError);
 }
 
 using Services = SceneFileTest;

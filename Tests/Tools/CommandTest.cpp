@@ -1,7 +1,11 @@
+#include <Tests/Support/TestRow.h>
 #include <Tests/Tools/ToolTest.h>
 #include <Tools/SceneRecords.h>
 
 #include <gmock/gmock.h>
+
+#include <regex>
+#include <tuple>
 
 using namespace Kelvra;
 using testing::AllOf;
@@ -96,6 +100,86 @@ INSTANTIATE_TEST_SUITE_P(
         Call{"OntoAFolder", "demo folder", 4, {}, {"folder: cannot be written: Is a directory"}},
         Call{"BelowAFile", "demo good.scene/out.scene", 4, {}, {"Not a directory"}}),
     [](const auto& row) { return row.param.what; });
+
+/// Scenes that show far more than they hold.
+class Nested : public ToolTest
+{
+public:
+    Nested()
+    {
+        PutScene("nodes.scene", Twice(30, NodeGroup, Group(31, 0)));
+        const Bytes leaf = Bytes().Int(31).Text(u"AEdgeEntity").EntityHeader(0).Int(0);
+        PutScene("entities.scene", EntityNode(1).Add(Twice(30, EntityGroup, leaf)));
+        const auto mesh = std::make_shared<AMeshEntity>();
+        mesh->SetItem(std::make_shared<ASubMesh>());
+        mesh->GetItem()->VertexBuffer().resize(9);
+        mesh->GetItem()->IndexBuffer().resize(60'000, 2);
+        PutScene("mesh.scene",
+                 Twice(19, NodeGroup, EntityNode(20).Add(StoreReference(std::shared_ptr<AEntity>(mesh)))));
+    }
+    /// Runs `lumvo ARGUMENTS`, which gets ten seconds of the processor.
+    [[nodiscard]] Outcome LumvoInTime(const std::string& arguments) const
+    {
+        return Shell("ulimit -t 10 && " LUMVO_PROGRAM " " + arguments);
+    }
+
+private:
+    static Bytes NodeGroup(int key) { return Group(key, 2); }
+    static Bytes EntityGroup(int key) { return Bytes().Int(key).Text(u"AGroupEntity").EntityHeader(0).Int(2); }
+    /// A reference to groups that each hold the next one twice, the last one the object of key `groups + 1`.
+    static Bytes Twice(int groups, Bytes (*group)(int key), Bytes inside)
+    {
+        for (int key = groups; key > 0; --key)
+            inside = group(key).Add(inside).Int(key + 1);
+        return inside;
+    }
+};
+
+struct NestedCall : TestRow
+{
+    const char* arguments; ///< A @ stands for the file.
+    int code;
+};
+class NestedCalls : public Nested, public testing::WithParamInterface<std::tuple<const char*, NestedCall>>
+{
+};
+
+// What is shared a thousand million times over takes no more time than what it is made of.
+TEST_P(NestedCalls, EndInTime)
+{
+    const auto& [file, call] = GetParam();
+    const std::vector<std::string> before = Files();
+    const Outcome outcome =
+        LumvoInTime(std::regex_replace(call.arguments, std::regex("@"), std::string(file) + ".scene"));
+    EXPECT_EQ(outcome.code, call.code) << outcome.err;
+    if (call.code == 4) {
+        EXPECT_EQ(Files(), before) << "left something behind";
+    }
+}
+INSTANTIATE_TEST_SUITE_P(
+    Command, NestedCalls,
+    testing::Combine(testing::Values("nodes", "entities"),
+                     testing::Values(NestedCall{{"Info"}, "info @", 0}, NestedCall{{"Tree"}, "tree @", 0},
+                                     NestedCall{{"TreeAsJson"}, "tree --json @", 0},
+                                     NestedCall{{"Check"}, "check @", 0}, NestedCall{{"Diff"}, "diff @ @", 0},
+                                     NestedCall{{"Merge"}, "merge -q --dedupe @ @ out.scene", 0},
+                                     NestedCall{{"ConvertToScene"}, "convert -q --dedupe @ out.scene", 0},
+                                     NestedCall{{"ConvertToObj"}, "convert -q @ out.obj", 4},
+                                     NestedCall{{"ConvertToStl"}, "convert -q @ out.stl", 4},
+                                     NestedCall{{"ConvertToGlb"}, "convert -q @ out.glb", 4})),
+    [](const auto& row) { return std::get<0>(row.param) + std::string("_") + std::get<1>(row.param).what; });
+
+// Few places may still make far more than the scene holds, which is noticed before it is written.
+TEST_F(Nested, MeshesAreNotCopiedOutOfProportion)
+{
+    const std::vector<std::string> before = Files();
+    for (const std::string file : {"out.obj", "out.stl"}) {
+        const Outcome outcome = LumvoInTime("convert -q mesh.scene " + file);
+        EXPECT_EQ(outcome.code, 4) << file;
+        EXPECT_THAT(outcome.err, HasSubstr("out of proportion to the scene"));
+        EXPECT_EQ(Files(), before) << "left something behind";
+    }
+}
 
 class Command : public ToolTest
 {
@@ -192,6 +276,11 @@ TEST_F(Command, TreeOfSharedNodes)
                 AllOf(HasSubstr("id 1" + box + "  ... 3 inside\n"), EndsWith("... 2 nodes left out (--depth)\n")));
     EXPECT_THAT(Lumvo("tree --max 2 scene").out, EndsWith("... 1 node left out (--max 0 shows all)\n"));
 
+    PutScene("empty", {});
+    for (const char* const call : {"tree --json scene", "tree --json --max 1 scene", "tree --json empty"}) {
+        const Outcome outcome = Lumvo(call);
+        EXPECT_EQ(outcome.out, outcome.Json().dump(2) + '\n') << call << ": lines are printed one by one";
+    }
     const Lumvo::Json lines = Lumvo("tree --json scene").Json()["lines"];
     ASSERT_EQ(lines.size(), 5U);
     EXPECT_EQ(lines[2]["depth"], 2);

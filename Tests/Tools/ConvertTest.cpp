@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstring>
 #include <map>
 
 using namespace Kelvra;
@@ -277,6 +278,48 @@ TEST(ShareEqualObjects, SharesWhatIsEqualAndOnlyThat)
     EXPECT_EQ(equal->GetBBox(), AMath::AxisAlignedBox({0, 0, 0}, {9, 9, 9})) << "the node's own";
     EXPECT_THAT(group->GetAll(), ElementsAre(first->GetEntity(), larger->GetEntity()));
     EXPECT_EQ(group->GetTag(), 7);
+}
+
+/// A text that counts how often its record is stored.
+class CountedText : public ASubText
+{
+public:
+    static inline int s_Stored = 0;
+    using ASubText::Serialize;
+    void Serialize(ASceneSerializeContext& context) override
+    {
+        ++s_Stored;
+        ASubText::Serialize(context);
+    }
+};
+
+// Records that all have one hash, though no two are equal, take little more work than others.
+TEST(ShareEqualObjects, ComparesFewObjectsOfOneHash)
+{
+    // Bytes 8 to 15 of a record of 132 bytes, the upper half of this x and the lower half of this y, are multiplied
+    // into a hash with those before them, as 0: the tags do not count.
+    const std::uint64_t x = 0x2C81017C'00000000U, y = 0x1CAD21F7U;
+    AMath::AxisAlignedBox box({0, 0, 0}, {1, 1, 1});
+    std::memcpy(&box.m_Minimum.x, &x, sizeof(x));
+    std::memcpy(&box.m_Minimum.y, &y, sizeof(y));
+    const auto list = std::make_shared<ATextListEntity>();
+    constexpr int count = 300;
+    for (int tag = 0; tag < count; ++tag) {
+        const auto text = std::make_shared<CountedText>();
+        text->SetTag(tag / 2); // every other one equals the one before
+        text->SetBBox(box);
+        text->SetText(L"ten to end");
+        list->AddItem(text);
+    }
+    const auto node = std::make_shared<AEntitySceneNode>();
+    node->SetEntity(list);
+    CountedText::s_Stored = 0;
+    EXPECT_EQ(Lumvo::ShareEqualObjects({node}).pieces, count / 2U);
+    EXPECT_GT(CountedText::s_Stored, 2 * count) << "their hashes differ";
+    EXPECT_LE(CountedText::s_Stored, 4 * count);
+    int i = 0;
+    for (const auto& text : list->GetItems())
+        EXPECT_EQ(text->GetTag(), i++ / 2);
 }
 
 // An image never replaces a file that is not its own, and a second run finds what the first one wrote.
