@@ -17,8 +17,9 @@ class AControlBlocks
 public:
     AControlBlocks() = default;
     ~AControlBlocks() { Close(); }
-    AControlBlocks(const AControlBlocks&) = delete;
-    AControlBlocks& operator=(const AControlBlocks&) = delete;
+    /// A copy makes its own slabs.
+    AControlBlocks(const AControlBlocks&) noexcept {}
+    AControlBlocks& operator=(const AControlBlocks&) noexcept { return *this; }
 
     /// A shared pointer that takes the object over.
     template <class T> [[nodiscard]] std::shared_ptr<T> Share(std::unique_ptr<T> object)

@@ -18,14 +18,11 @@ inline constexpr std::size_t ElementBlockSize = std::size_t{256} * 1024;
 /// How many bytes of elements that the file does not hold a container may still be sized for.
 inline constexpr std::size_t MissingElementsLimit = std::size_t{16} * 1024 * 1024;
 
-/// Loads `count` elements, more than 0, into a container of contiguous elements, which gets exactly that size.
-///
-/// Where the file ends first the elements that were not read keep what they held, new ones are zero; where
-/// they would take more than MissingElementsLimit, or all of them more than the limits of the load allow,
-/// `std::length_error` is raised and nothing is changed.
-template <class Container> void ReadElements(Container& elements, std::int32_t count, ASceneSerializeContext& context)
+/// Looks at a count of elements of so many bytes each before anything is allocated for them.
+/// \returns true when the file ends before they do; `std::length_error` is raised where they would then take more than
+///          MissingElementsLimit, or all of them more than the limits of the load allow.
+inline bool AreElementsMissing(std::int32_t count, std::size_t size, const ASceneSerializeContext& context)
 {
-    constexpr std::size_t size = sizeof(typename Container::value_type);
     const auto total = static_cast<std::size_t>(count);
     const auto fail = [&](const char* problem) {
         throw std::length_error("a count of " + std::to_string(count) + " elements of " + std::to_string(size) +
@@ -36,6 +33,18 @@ template <class Container> void ReadElements(Container& elements, std::int32_t c
     const bool missing = total > context.GetBytesLeft() / size;
     if (missing && total > MissingElementsLimit / size)
         fail(" reaches beyond the end of the file");
+    return missing;
+}
+
+/// Loads `count` elements, more than 0, into a container of contiguous elements, which gets exactly that size.
+///
+/// Where the file ends first the elements that were not read keep what they held, new ones are zero. Nothing is changed
+/// where AreElementsMissing raises an exception.
+template <class Container> void ReadElements(Container& elements, std::int32_t count, ASceneSerializeContext& context)
+{
+    constexpr std::size_t size = sizeof(typename Container::value_type);
+    const auto total = static_cast<std::size_t>(count);
+    const bool missing = AreElementsMissing(count, size, context);
     if (missing || total <= ElementBlockSize / size) {
         elements.resize(total);
         context.Read(elements.data(), static_cast<int>(total * size));

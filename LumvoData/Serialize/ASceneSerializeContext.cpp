@@ -76,12 +76,16 @@ void ASceneSerializeContext::Read(std::wstring& text)
         Read(units, static_cast<int>(bytes));
         return KvText::FromUtf16({units, size}, text);
     }
+    const bool missing = AreElementsMissing(count, sizeof(char16_t), *this);
     std::u16string units;
     KvText::ToUtf16(text, units); // what stays where the file ends first
-    ReadElements(units, count, *this);
-    if (&text == &m_ClassName)
-        text.reserve(size + SceneReports::LongestMessage); // a name of megabytes is not held twice to report it
+    const std::size_t left = static_cast<std::size_t>(GetBytesLeft() + 1) / sizeof(char16_t);
+    const std::size_t known = missing ? std::min(size, std::max(left, units.size())) : size;
+    ReadElements(units, static_cast<std::int32_t>(known), *this);
+    // A name of megabytes is not held twice to report it.
+    text.reserve(&text == &m_ClassName ? size + SceneReports::LongestMessage : size);
     KvText::FromUtf16(units, text);
+    text.append(size - known, L'\0');
 }
 
 void ASceneSerializeContext::Read(void* data, int count)

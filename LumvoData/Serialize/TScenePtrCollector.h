@@ -64,8 +64,8 @@ public:
         m_Open[key - 1] = 0;
     }
 
-    /// Loads one reference into `p`: the empty reference leaves it as it was, one that cannot be loaded
-    /// empties it.
+    /// Loads one reference into `p`: the empty reference and an exception leave it as it was, one that cannot be
+    /// loaded empties it.
     void Read(std::shared_ptr<T>& p, ASceneSerializeContext& context)
     {
         ASceneLoadObserver* const observer = context.GetObserver();
@@ -76,18 +76,21 @@ public:
             observer->OnReference(key, keyOffset);
         if (key == 0)
             return;
-        p = Find(key);
-        if (p)
+        if (std::shared_ptr<T> known = Find(key)) {
+            p = std::move(known);
             return;
+        }
         std::wstring& className = context.ClassNameBuffer();
         className.clear();
         context.Read(className);
-        if (!context.CanNest())
-            return SceneReports::Fail(SceneReports::ReadTooDeep, std::move(className));
+        if (!context.CanNest()) {
+            SceneReports::Fail(SceneReports::ReadTooDeep, std::move(className));
+            return p.reset();
+        }
         context.CountObject();
         std::shared_ptr<T> object = Create(className);
         if (!object)
-            return;
+            return p.reset();
         if (static_cast<std::uint32_t>(key) == m_Objects.size() + 1)
             m_Objects.push_back(nullptr);
         const ASceneSerializeContext::Nesting nesting(context);

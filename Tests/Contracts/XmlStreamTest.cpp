@@ -1,7 +1,11 @@
 #include <Tests/Support/SceneFileTest.h>
 
+#include <cstddef>
+#include <filesystem>
+#include <istream>
 #include <locale>
 #include <sstream>
+#include <streambuf>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -116,6 +120,41 @@ TEST_F(XmlStreamTest, MalformedDocumentsSayWhereAndAreNotTaken)
             EXPECT_GT(in.GetError().size(), place.size()) << "what is wrong";
             EXPECT_EQ(TextOf(in, L"A"), L"(none)");
         }
+}
+
+/// Blanks without an end.
+class Blanks : public std::streambuf
+{
+public:
+    [[nodiscard]] std::size_t Given() const { return m_Given; }
+
+protected:
+    int_type underflow() override
+    {
+        m_Given += m_Block.size();
+        setg(m_Block.data(), m_Block.data(), m_Block.data() + m_Block.size());
+        return traits_type::to_int_type(m_Block.front());
+    }
+
+private:
+    std::string m_Block = std::string(1 << 20, ' ');
+    std::size_t m_Given = 0;
+};
+
+// No more is read of a document than is needed to see that it is too large.
+TEST_F(XmlStreamTest, DocumentsThatAreTooLargeAreNotRead)
+{
+    constexpr std::size_t largest = std::size_t{256} << 20;
+    Blanks blanks;
+    std::istream endless(&blanks);
+    AIStreamXML in;
+    EXPECT_FALSE(in.Load(endless));
+    EXPECT_EQ(in.GetError(), "File too large");
+    EXPECT_LE(blanks.Given(), largest + (std::size_t{2} << 20));
+    WriteFile(Bytes("<A/>"));
+    std::filesystem::resize_file(PathOf("test.scene"), largest + 1);
+    EXPECT_FALSE(in.Load(FileName()));
+    EXPECT_EQ(in.GetError(), PathOf("test.scene").string() + ": cannot read: File too large");
 }
 
 TEST_F(XmlStreamTest, ErrorsOfFilesNameThem)

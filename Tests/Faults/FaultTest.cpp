@@ -179,10 +179,11 @@ TEST_F(Faults, AFileMayEndAnywhere)
 // A table that finds no memory to grow goes on with what it has.
 TEST_F(Faults, TablesOutliveFailedAllocations)
 {
-    constexpr std::uint32_t count = 200;
-    for (std::size_t number = 1; number <= 12; ++number) {
+    constexpr std::uint32_t count = 20'000;
+    std::size_t number = 0;
+    for (bool failed = true; failed;) {
         TPlaceTable<std::pair<std::uint32_t, int>> table;
-        Fault fault(Fault::Memory, number);
+        Fault fault(Fault::Memory, ++number);
         for (std::uint32_t key = 1; key <= count; ++key)
             try {
                 table.Add({key, 0});
@@ -191,9 +192,29 @@ TEST_F(Faults, TablesOutliveFailedAllocations)
                     EXPECT_EQ(table.Find(other), other) << number;
                 --key;
             }
-        EXPECT_TRUE(fault.Stop()) << number;
+        failed = fault.Stop();
         for (std::uint32_t key = 1; key <= count; ++key)
             EXPECT_NE(table.Find(key), 0U) << key;
+    }
+    EXPECT_GT(number, 20U);
+}
+
+TEST_F(Faults, SharedPointersOutliveFailedAllocations)
+{
+    constexpr std::size_t count = 10'000;
+    for (std::size_t number = 1; number < count; number += 7) {
+        AControlBlocks blocks;
+        std::vector<std::shared_ptr<std::size_t>> pointers;
+        pointers.reserve(count);
+        Fault fault(Fault::Memory, number);
+        while (pointers.size() < count)
+            try {
+                pointers.push_back(blocks.Share(std::make_unique<std::size_t>(pointers.size())));
+            } catch (const std::bad_alloc&) {
+            }
+        ASSERT_TRUE(fault.Stop());
+        for (std::size_t i = 0; i < count; ++i)
+            ASSERT_EQ(*pointers[i], i);
     }
 }
 
@@ -268,6 +289,15 @@ INSTANTIATE_TEST_SUITE_P(Faults, FailingCalls,
                                              {"Write"}, Fault::WriteFails, std::errc::no_space_on_device, true, 3},
                                          FailingCall{{"Close"}, Fault::CloseFails, std::errc::io_error, true, 1}),
                          RowName<FailingCall>);
+
+// A system may take less than it was given, and interrupt.
+TEST_F(Faults, WritesGoOnWhereTheyStopped)
+{
+    Fault fault(Fault::WritesShort, 0);
+    Save("other.scene");
+    EXPECT_FALSE(fault.Stop()) << "no write was short";
+    EXPECT_TRUE(ReadFile("other.scene") == m_File);
+}
 
 /// Lets files of this process grow to a size and no further, as a disk does that is full.
 class SmallDisk

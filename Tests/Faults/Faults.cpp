@@ -144,6 +144,15 @@ extern "C" int ferror(std::FILE* file) noexcept
 extern "C" ssize_t writev(int file, const iovec* blocks, int count) noexcept
 {
     static const auto s_Original = Original<ssize_t(int, const iovec*, int)>("writev");
+    if (IsOn(Fault::WritesShort) && count == 2) {
+        const std::size_t sizes[] = {1, blocks[0].iov_len + 1, (blocks[0].iov_len + blocks[1].iov_len) / 2, 0};
+        const std::size_t size = sizes[s_State.left++ % 4];
+        const std::size_t ofFirst = std::min(size, blocks[0].iov_len);
+        const iovec some[] = {{blocks[0].iov_base, ofFirst},
+                              {blocks[1].iov_base, std::min(size - ofFirst, blocks[1].iov_len)}};
+        errno = EINTR;
+        return size == 0 ? -1 : s_Original(file, some, 2);
+    }
     const bool isFull = IsOn(Fault::WriteFails) && s_State.left == 0;
     if (!isFull && !Fails(Fault::WriteFails))
         return s_Original(file, blocks, count);

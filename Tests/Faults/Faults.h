@@ -11,12 +11,13 @@ class Fault
 public:
     enum Kind
     {
-        Memory,     ///< One allocation fails.
-        NoMemory,   ///< So does every later one.
-        ReadEnds,   ///< Files end after so many bytes have been read, whatever their size was when they were opened.
-        ReadFails,  ///< A read gives half of what it is asked for, for EIO.
-        WriteFails, ///< A write takes some of what it is given, and later ones nothing, for ENOSPC.
-        CloseFails, ///< Closing a file fails, for EIO.
+        Memory,      ///< One allocation fails.
+        NoMemory,    ///< So does every later one.
+        ReadEnds,    ///< Files end after so many bytes have been read, whatever their size was when they were opened.
+        ReadFails,   ///< A read gives half of what it is asked for, for EIO.
+        WriteFails,  ///< A write takes some of what it is given, and later ones nothing, for ENOSPC.
+        CloseFails,  ///< Closing a file fails, for EIO.
+        WritesShort, ///< Writes take some of what they are given, and every third is interrupted.
     };
 
     /// Lets the call of that kind with this number fail, the first call being number 1; with ReadEnds it is the number

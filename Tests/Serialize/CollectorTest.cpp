@@ -113,7 +113,7 @@ TEST_F(CollectorTest, ManyForeignKeysGiveSharedObjects)
 // What was loaded together is not held together: each object lives as long as its own pointers.
 TEST_F(CollectorTest, LoadedObjectsOutliveTheRunOneByOne)
 {
-    constexpr std::uint32_t count = 5000;
+    constexpr std::uint32_t count = 20'000;
     Bytes file;
     for (std::uint32_t i = 1; i <= count; ++i)
         file.Add(Texture(i, u""));
@@ -239,7 +239,9 @@ TEST_F(CollectorTest, ObjectsAreKeptByTheRunOrDestroyed)
         Next<ASubEntity>(context);
         EXPECT_EQ(Counted::s_Alive, 1);
         EXPECT_EQ(Next<ATexture>(context), nullptr) << "of a wrong type";
-        EXPECT_THROW(Next<ASubEntity>(context), std::length_error);
+        std::shared_ptr<ASubEntity> former = std::make_shared<ASubText>();
+        EXPECT_THROW(context.Collector().GetCollector<ASubEntity>()->Read(former, context), std::length_error);
+        EXPECT_NE(former, nullptr);
         EXPECT_EQ(context.Collector().GetCollector<ASubEntity>()->Find(1), nullptr);
         EXPECT_EQ(Counted::s_Alive, 1);
     });
@@ -249,6 +251,26 @@ TEST_F(CollectorTest, ObjectsAreKeptByTheRunOrDestroyed)
     Load(list, [](ASceneSerializeContext& context) { EXPECT_THROW(Next<AEntity>(context), std::length_error); });
     EXPECT_EQ(Counted::s_Alive, 0);
     factory.UnRegisterObject(L"Counted");
+}
+
+// What is loaded through a copy of a collector is loaded through a collector of its own, which begins with the same
+// objects.
+TEST_F(CollectorTest, CopiesShareTheObjectsThatTheyBeganWith)
+{
+    Load(Texture(1, u"").Add(Texture(2, u"")).Add(Texture(2, u"")), [](ASceneSerializeContext& context) {
+        auto& collector = *context.Collector().GetCollector<ATexture>();
+        std::shared_ptr<ATexture> first, ofCopy, ofCollector;
+        collector.Read(first, context);
+        auto copy = collector;
+        EXPECT_EQ(copy.Find(1), first);
+        copy.Read(ofCopy, context);
+        collector.Read(ofCollector, context);
+        EXPECT_NE(ofCopy, ofCollector);
+        EXPECT_EQ(copy.Find(2), ofCopy);
+        copy = collector;
+        EXPECT_EQ(copy.Find(2), ofCollector);
+        EXPECT_EQ(ofCopy.use_count(), 1);
+    });
 }
 
 TEST_F(CollectorTest, OutsideOfARunNothingIsWrittenOrRead)

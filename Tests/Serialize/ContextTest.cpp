@@ -116,6 +116,16 @@ TEST_F(ContextTest, HugeCountsRaiseLengthErrors)
             EXPECT_THROW(context.Read(text), std::length_error);
             EXPECT_EQ(text, L"kept");
         });
+    Load(Bytes().Float(2), [](ASceneSerializeContext& context) {
+        constexpr std::int32_t mostNumbers = 4 * 1024 * 1024;
+        std::vector<float> numbers{1};
+        EXPECT_THROW(ReadElements(numbers, mostNumbers + 1, context), std::length_error);
+        EXPECT_EQ(numbers, std::vector<float>{1});
+        EXPECT_NO_THROW(ReadElements(numbers, mostNumbers, context));
+        EXPECT_EQ(numbers.size(), std::size_t{mostNumbers});
+        EXPECT_EQ(numbers.front(), 2);
+        EXPECT_EQ(numbers.back(), 0);
+    });
 }
 
 /// A load that the caller bounds, of a group with a list of one text of 20 units.
@@ -170,6 +180,38 @@ TEST_F(Limits, AreKeptToTheLastByteObjectAndLevel)
     EXPECT_EQ(TakeReports(),
               (Reports{{L"Failed to read object, nested too deeply:ASubText", "serialize\\AScenePtrCollector", 120},
                        {L"Failed to read item!", "Serialize/AEntitySerializer", 117}}));
+}
+
+// A class name and a buffer are blocks as texts are, whether or not the file holds them; an object counts also where it
+// cannot be made.
+TEST_F(Limits, BindWhateverAFileDeclares)
+{
+    ASceneLoadLimits limits;
+    limits.blockBytes = 18;
+    limits.objects = 1;
+    WriteFile(Bytes::Header().Fill(24).Int(1).Text(u"A 9 chars").Int(2).Text(u"A ten char"));
+    ASceneSerializeContext context(FileName(), false);
+    context.SetLimits(limits);
+    ASSERT_TRUE(context.Begin());
+    std::vector<float> numbers;
+    EXPECT_THROW(ReadElements(numbers, 5, context), std::length_error);
+    EXPECT_NO_THROW(ReadElements(numbers, 4, context));
+    std::int64_t rest = 0;
+    context.Read(&rest, static_cast<int>(sizeof rest));
+    std::shared_ptr<AEntity> entity;
+    context.Collector().ReadPtr(entity, context);
+    EXPECT_EQ(TakeReports().size(), 2U) << "of a class that there is not";
+    EXPECT_THROW(context.Collector().ReadPtr(entity, context), std::length_error) << "its name";
+    context.End();
+
+    WriteFile(Bytes::Header().Int(1).Text(u"AGhost").Int(2).Text(u"AGroupEntity").EntityHeader(0).Int(0));
+    ASceneSerializeContext counting(FileName(), false);
+    counting.SetLimits({ASceneLoadLimits::Unlimited, 1, ASceneLoadLimits::Unlimited});
+    ASSERT_TRUE(counting.Begin());
+    counting.Collector().ReadPtr(entity, counting);
+    EXPECT_EQ(TakeReports().size(), 2U);
+    EXPECT_THROW(counting.Collector().ReadPtr(entity, counting), std::length_error);
+    counting.End();
 }
 
 // Limits bind loads alone, and leave the bounds of the library where they are.

@@ -10,7 +10,7 @@ using namespace Kelvra;
 
 namespace {
 
-constexpr std::uint32_t s_Count = 5000;
+constexpr std::uint32_t s_Count = 20'000;
 
 /// An address that is never looked behind.
 const void* Address(std::uintptr_t number)

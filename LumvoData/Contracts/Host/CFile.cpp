@@ -61,7 +61,8 @@ std::size_t WriteBlocks(std::FILE* file, Block first, Block second) noexcept
     const auto vector = [](const Block& block) { return iovec{const_cast<char*>(block.data), block.size}; };
     std::size_t done = 0;
     while (first.size + second.size > 0) {
-        const iovec blocks[] = {vector(first), vector(second)};
+        constexpr std::size_t most = std::size_t{1} << 30; // some systems refuse more than an int can count
+        const iovec blocks[] = {vector(first), vector({second.data, std::min(second.size, most)})};
         const ssize_t written = writev(fileno(file), blocks, 2);
         if (written < 0 && errno == EINTR)
             continue;

@@ -27,13 +27,12 @@ public:
     AIStreamXML& operator=(const AIStreamXML&) = delete;
 
     /// Reads a document from memory, replacing the one held; back at its top.
-    /// \returns false when it is not well formed; what the parser can read in spite of it, such as an unknown
+    /// \returns false when it is not well formed or larger than 256 MiB; what the parser can read in spite of it, such as an unknown
     ///          entity or an attribute given twice, is let pass.
     bool LoadString(std::string_view document);
-    /// Reads a document from the rest of a stream, as LoadString does.
+    /// Reads a document from the rest of a stream, as LoadString does; of one that is too large no more is read.
     bool Load(std::istream& stream);
-    /// Reads a document from a file, as LoadString does; false also when the file cannot be read or
-    /// is larger than 256 MiB.
+    /// Reads a document from a file, as LoadString does; false also when the file cannot be read.
     bool Load(const std::wstring& fileName);
     /// What the last load met, empty after one that succeeded: the file's name if there is one, line and
     /// column of the error (from 1, columns in bytes), its offset in bytes (from 0), and what is wrong; without

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <istream>
-#include <iterator>
 #include <map>
 #include <new>
 #include <ostream>
@@ -165,8 +164,10 @@ AIStreamXML::~AIStreamXML() = default;
 bool AIStreamXML::LoadString(std::string_view document)
 {
     auto loaded = std::make_unique<Document>();
-    const pugi::xml_parse_result result = loaded->root.load_buffer(document.data(), document.size(), s_ParseText);
-    if (!result) {
+    pugi::xml_parse_result result;
+    if (document.size() > s_LargestDocument)
+        loaded->error = std::make_error_code(std::errc::file_too_large).message();
+    else if (result = loaded->root.load_buffer(document.data(), document.size(), s_ParseText); !result) {
         loaded = std::make_unique<Document>();
         loaded->error = DescribeError(document, result);
     }
@@ -177,7 +178,12 @@ bool AIStreamXML::LoadString(std::string_view document)
 
 bool AIStreamXML::Load(std::istream& stream)
 {
-    const std::string document{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    std::string document;
+    std::vector<char> block(std::size_t{64} * 1024);
+    while (stream && document.size() <= s_LargestDocument) {
+        stream.read(block.data(), static_cast<std::streamsize>(block.size()));
+        document.append(block.data(), static_cast<std::size_t>(stream.gcount()));
+    }
     return LoadString(document);
 }
 
