@@ -1,56 +1,18 @@
-#include <Formats/Support/ExportService.h>
-#include <Formats/Support/FormatListener.h>
 #include <LumvoData/LumvoData.h>
-#include <Tests/Fuzz/FuzzFolder.h>
+#include <Tests/Fuzz/NullExport.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 using namespace Kelvra;
 
 namespace {
 
-/// Counts what readers tell, and keeps images.
-struct Listener : Formats::FormatListener
-{
-    void OnError(const std::filesystem::path&, const Formats::FormatError& error) override
-    {
-        ++errors;
-        Fuzz::Require(error.what()[0] != '\0', "an error says what is wrong");
-    }
-    void OnLoss(const std::filesystem::path&, const std::string&, std::uint64_t) override {}
-    void OnProgress(const std::filesystem::path&, std::uint64_t done, std::uint64_t total) override
-    {
-        Fuzz::Require(done <= total, "progress goes up to its end");
-    }
-    std::wstring OnImage(const std::filesystem::path&, const std::wstring& name, std::string_view) override
-    {
-        return name;
-    }
-
-    int errors = 0;
-};
-
-/// Writes nowhere.
-class NullExport : public Formats::Export
-{
-public:
-    using Export::Export;
-    Formats::OutputStream& Open(const std::filesystem::path&) override { return m_Stream; }
-
-private:
-    struct Stream : Formats::OutputStream
-    {
-        void Write(const void*, std::size_t) override {}
-    } m_Stream;
-};
-
 /// Calls a service as a program does: it answers with an object, or with an error and none.
-template <class Service> auto Load(Service& service, const std::wstring& file, Listener& listener)
+template <class Service> auto Load(Service& service, const std::wstring& file, Fuzz::Listener& listener)
 {
     listener.errors = 0;
     const auto object = service.LoadFile(file);
@@ -71,19 +33,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Fuzz::PutFile(path, data, mark);
     Fuzz::PutFile(Fuzz::PathOf("beside"), data + mark, size - mark);
 
-    Listener listener;
+    Fuzz::Listener listener;
     const Formats::FormatListenerScope scope(listener);
     const std::wstring file = KvText::FromPath(path);
     const auto mesh = Load(*TSingleton<AMeshFileServiceManager>::Instance().GetObject(s_Format), file, listener);
     const auto scene = Load(*TSingleton<ASceneFileServiceManager>::Instance().GetObject(s_Format), file, listener);
-    const auto writer = Formats::ExportServiceManager::Instance().GetObject(s_Format);
-    if (scene == nullptr || writer == nullptr)
-        return 0;
-    const Formats::Roots roots = {scene};
-    NullExport job(roots, path);
-    try {
-        writer->Write(job);
-    } catch (const Formats::FormatError&) { // what the format has no place for
-    }
+    if (scene != nullptr)
+        Fuzz::WriteNowhere(s_Format, {scene}, path);
     return 0;
 }
