@@ -114,9 +114,8 @@ void CopyRepaired(const fs::path& damaged, const Repair& repair, const OutputFil
         to.Write(&empty, sizeof empty);
     to.Close();
 }
+} // namespace
 
-/// A node that was read with another number of styles than four holds those behind four empty ones, and is written
-/// as it is; readers of nodes see the first four.
 void KeepFourStyles(const Roots& roots)
 {
     for (const AObject* const object : SceneObjects(roots).objects)
@@ -124,7 +123,6 @@ void KeepFourStyles(const Roots& roots)
             const_cast<ASceneNode*>(node)->SetStyles({node->GetStyle(StyleFace), node->GetStyle(StyleEdge),
                                                       node->GetStyle(StyleText), node->GetStyle(StyleHighlight)});
 }
-} // namespace
 
 Salvaged Salvage(const fs::path& damaged, const fs::path& out)
 {

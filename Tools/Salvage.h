@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Tools/SceneGraph.h>
 #include <Tools/SceneWalk.h>
 
 #include <cstdint>
@@ -25,4 +26,8 @@ struct Salvaged
 ///
 /// \throws FileError when nothing can be saved, or the file cannot be written.
 Salvaged Salvage(const std::filesystem::path& damaged, const std::filesystem::path& out);
+
+/// A node that was read with another number of styles than four holds those behind four empty ones, and would be
+/// written as it is; it keeps the first four, which are those that readers of nodes see.
+void KeepFourStyles(const Roots& roots);
 } // namespace Lumvo

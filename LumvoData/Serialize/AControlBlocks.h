@@ -41,8 +41,8 @@ private:
         std::unique_ptr<std::byte[]> memory;
         std::size_t size;
         std::size_t used = 0;
-        std::size_t made = 0;                   // control blocks in all
-        std::atomic<std::size_t> users{s_Open}; // control blocks that are left; many more than any while it is filled
+        std::size_t made = 0;                   // control blocks that were taken from it
+        std::atomic<std::size_t> users{s_Open}; // those of them that are left; while it is filled, s_Open less the gone
     };
 
     /// What shared pointers keep of a slab.

@@ -2,6 +2,7 @@
 #include <Tests/Fuzz/FuzzFolder.h>
 #include <Tools/FileError.h>
 #include <Tools/LoadedScene.h>
+#include <Tools/Salvage.h>
 #include <Tools/SceneRecords.h>
 
 #include <cstdint>
@@ -9,18 +10,6 @@
 
 using namespace Kelvra;
 using namespace Lumvo;
-
-namespace {
-
-/// Nodes that were read with another number of styles than four get four: those that readers look for.
-void KeepFourStyles(const Roots& roots)
-{
-    for (const AObject* const object : SceneObjects(roots).objects)
-        if (const auto* const node = dynamic_cast<const ASceneNode*>(object))
-            const_cast<ASceneNode*>(node)->SetStyles({node->GetStyle(StyleFace), node->GetStyle(StyleEdge),
-                                                      node->GetStyle(StyleText), node->GetStyle(StyleHighlight)});
-}
-} // namespace
 
 // What was loaded, saved and loaded is saved as the same bytes again, and makes the same graph.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

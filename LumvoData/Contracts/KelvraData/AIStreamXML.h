@@ -27,8 +27,8 @@ public:
     AIStreamXML& operator=(const AIStreamXML&) = delete;
 
     /// Reads a document from memory, replacing the one held; back at its top.
-    /// \returns false when it is not well formed or larger than 256 MiB; what the parser can read in spite of it, such as an unknown
-    ///          entity or an attribute given twice, is let pass.
+    /// \returns false when it is not well formed or larger than 256 MiB; what the parser can read all the same, such
+    ///          as an unknown entity or an attribute given twice, is let pass.
     bool LoadString(std::string_view document);
     /// Reads a document from the rest of a stream, as LoadString does; of one that is too large no more is read.
     bool Load(std::istream& stream);

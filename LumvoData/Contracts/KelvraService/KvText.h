@@ -41,7 +41,7 @@ KELVRASERVICE_API void FromUtf16(std::u16string_view units, std::wstring& text);
 [[nodiscard]] KELVRASERVICE_API std::wstring FromPath(const std::filesystem::path& path);
 
 /// The text in UTF-8, fit for a terminal or a log line: control characters, those that change the direction of
-/// writing, lone surrogates and noncharacters appear as `\xHHHH`, and of a text longer than `limit` characters the first `limit` and
-/// the full length are shown.
+/// writing, lone surrogates and noncharacters appear as `\xHHHH`, and of a text longer than `limit` characters the
+/// first `limit` and the full length are shown.
 [[nodiscard]] KELVRASERVICE_API std::string Printable(std::wstring_view text, std::size_t limit);
 } // namespace Kelvra::KvText
