@@ -1,4 +1,5 @@
 #include <Formats/Support/Geometry.h>
+#include <LumvoData/Contracts/Host/HostMemory.h>
 
 #include <algorithm>
 #include <array>
@@ -59,15 +60,6 @@ bool IsEqual(const float* a, const float* b, std::size_t width) noexcept
     return WithWidth(width, [a, b](auto count) { return std::equal(a, a + count, b); });
 }
 
-void Prefetch(const void* address) noexcept
-{
-#if defined(__GNUC__)
-    __builtin_prefetch(address);
-#else
-    static_cast<void>(address); // everything works without it, only slower
-#endif
-}
-
 /// At most every second slot is taken: a probe that meets another vertex costs a jump into the vertices.
 std::size_t SlotsFor(std::size_t vertices) noexcept
 {
@@ -98,11 +90,11 @@ void Welder::Add(const float* vertices, std::size_t count, std::uint32_t* indice
         const std::size_t end = std::min(count, begin + s_Batch);
         for (std::size_t i = begin; i < end; ++i) {
             hashes[i - begin] = HashOf(at(i), m_Width);
-            Prefetch(&m_Slots[hashes[i - begin] & (m_Slots.size() - 1)]);
+            Kelvra::PrefetchMemory(&m_Slots[hashes[i - begin] & (m_Slots.size() - 1)]);
         }
         for (std::size_t i = begin; i < end; ++i) {
             indices[i] = m_Slots[hashes[i - begin] & (m_Slots.size() - 1)];
-            Prefetch(m_Vertices.data() + (indices[i] == 0 ? 0 : indices[i] - 1) * m_Width);
+            Kelvra::PrefetchMemory(m_Vertices.data() + (indices[i] == 0 ? 0 : indices[i] - 1) * m_Width);
         }
         for (std::size_t i = begin; i < end; ++i) {
             const std::uint32_t taken = indices[i];

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <LumvoData/Contracts/Host/HostMemory.h>
 #include <LumvoData/Contracts/KelvraData/ASerializeContext.h>
 #include <LumvoData/Contracts/KelvraService/KvExport.h>
 #include <LumvoData/Serialize/ASceneLoadLimits.h>
@@ -124,6 +125,8 @@ public:
 
     /// A string for the collectors to read class names into, kept so that each name need not be allocated.
     [[nodiscard]] std::wstring& ClassNameBuffer() noexcept { return m_ClassName; }
+    /// For the collectors to tell of the objects that they make.
+    [[nodiscard]] AHeapPrefault& Heap() noexcept { return m_Heap; }
 
 private:
     struct Header
@@ -146,6 +149,7 @@ private:
     int m_Depth = 0;
     int m_MissingElements = 0;
     ASceneLoadObserver* m_Observer = nullptr;
+    AHeapPrefault m_Heap;
     std::wstring m_ClassName;
     std::u16string m_CodeUnits; // of the string that is being stored
 };

@@ -26,7 +26,15 @@ public:
     }
 
 private:
-    static constexpr std::size_t s_BlockSize = 128 * std::size_t{1024} / sizeof(T);
+    /// A power of two, which makes places cheap to find.
+    static constexpr std::size_t BlockSize() noexcept
+    {
+        std::size_t size = 1;
+        while (size * sizeof(T) < 128 * std::size_t{1024})
+            size *= 2;
+        return size;
+    }
+    static constexpr std::size_t s_BlockSize = BlockSize();
 
     void AddBlock()
     {

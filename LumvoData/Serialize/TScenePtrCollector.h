@@ -91,6 +91,7 @@ public:
         std::shared_ptr<T> object = Create(className);
         if (!object)
             return p.reset();
+        context.Heap().Follow(object.get());
         if (static_cast<std::uint32_t>(key) == m_Objects.size() + 1)
             m_Objects.push_back(nullptr);
         const ASceneSerializeContext::Nesting nesting(context);

@@ -17,13 +17,15 @@ constexpr unsigned s_Create = CFile::modeCreate | CFile::modeWrite;
 
 using FileTest = SceneFileTest;
 
-// Whatever the sizes of the transfers, the bytes and the position are right around the edges of the buffer.
+// Whatever the sizes of the transfers, the bytes and the position are right around the edges of the buffer, which has
+// 64 KiB for the first MiB that is written, and 256 KiB from there on.
 TEST_F(FileTest, IsWrittenAndReadInPiecesOfAnySize)
 {
     std::string all;
-    for (unsigned i = 0; i < 600'000; ++i)
+    for (unsigned i = 0; i < 1'500'000; ++i)
         all += static_cast<char>(static_cast<unsigned char>(i * 7 + i / 251));
-    for (const std::size_t size : {600'000U, 262'145U, 262'144U, 262'143U, 65537U, 65536U, 65535U, 1U, 0U})
+    for (const std::size_t size :
+         {1'500'000U, 1'376'257U, 1'376'256U, 1'114'113U, 1'114'112U, 1'114'111U, 65537U, 65536U, 65535U, 1U, 0U})
         for (const std::vector<std::size_t>& pieces :
              {std::vector<std::size_t>{17, 65519, 3}, {65536}, {65537, 1}, {1000, 0}, {5, 100'000}, {300'000}}) {
             const std::string data = all.substr(0, size);

@@ -299,6 +299,20 @@ TEST_F(Faults, WritesGoOnWhereTheyStopped)
     EXPECT_TRUE(ReadFile("other.scene") == m_File);
 }
 
+TEST_F(Faults, WithoutMemoryForALargeBufferTheSmallOneDoes)
+{
+    const std::string part(1000, 'x');
+    constexpr std::size_t parts = 2'000;
+    CFile file;
+    ASSERT_TRUE(file.Open(PathOf("other").wstring(), CFile::modeCreate | CFile::modeWrite));
+    Fault fault(Fault::NoMemory, 1);
+    for (std::size_t i = 0; i < parts; ++i)
+        file.Write(part.data(), part.size());
+    EXPECT_TRUE(fault.Stop()) << "no large buffer was asked for";
+    file.Close();
+    EXPECT_TRUE(ReadFile("other").Data() == std::string(parts * part.size(), 'x'));
+}
+
 /// Lets files of this process grow to a size and no further, as a disk does that is full.
 class SmallDisk
 {

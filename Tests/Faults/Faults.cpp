@@ -91,7 +91,7 @@ std::size_t MemoryPeak::Get() const noexcept
     return s_MostInUse - m_Former;
 }
 
-// Other forms of new and delete come down to these.
+// Other forms of new and delete come down to these; sanitizers bring forms of their own.
 void* operator new(std::size_t size)
 {
     return Allocate(size, alignof(std::max_align_t));
@@ -99,6 +99,14 @@ void* operator new(std::size_t size)
 void* operator new(std::size_t size, std::align_val_t alignment)
 {
     return Allocate(size, static_cast<std::size_t>(alignment));
+}
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
+{
+    try {
+        return operator new(size, alignment);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 void operator delete(void* memory) noexcept
 {

@@ -36,8 +36,10 @@ TEST(PlaceTableTest, EveryValueKeepsItsPlace)
         for (std::uint32_t i = 1; i <= s_Count; ++i) {
             ASSERT_EQ(addresses.Find(Address(std::uintptr_t{i} * stride)), 0U) << stride;
             ASSERT_EQ(addresses.Add(PointerTo(Address(std::uintptr_t{i} * stride))), i);
+            ASSERT_EQ(addresses.Find(Address(std::uintptr_t{i} * stride)), i) << stride;
             ASSERT_EQ(keys.Find(i * stride), 0U) << stride;
             ASSERT_EQ(keys.Add({i * stride, i}), i);
+            ASSERT_EQ(keys.Find(i * stride), i) << stride;
         }
         for (std::uint32_t i = 1; i <= s_Count; ++i) {
             ASSERT_EQ(addresses.Find(Address(std::uintptr_t{i} * stride)), i) << stride;

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <new>
 #include <utility>
 
 #if defined(_WIN32)
@@ -115,13 +116,13 @@ bool CFile::Open(const std::wstring& fileName, unsigned flags)
         return false;
     }
     std::setvbuf(m_File, nullptr, _IONBF, 0); // one buffer is enough, and ours knows its position
-    const std::size_t capacity = writing || size > s_DirectSize ? s_BufferSize : s_DirectSize;
-    if (m_Capacity < capacity) {
-        m_Buffer.reset(static_cast<char*>(::operator new (capacity, std::align_val_t{s_PageSize})));
-        m_Capacity = capacity;
+    if (!m_Buffer) {
+        m_Buffer.reset(static_cast<char*>(::operator new (s_BufferSize, std::align_val_t{s_PageSize})));
+        m_Capacity = s_BufferSize;
     }
     m_NextFill = s_PageSize;
-    m_Writing = m_Writable = writing;
+    m_Writing = writing;
+    m_Room = writing ? m_Capacity : 0;
     m_Size = size;
     m_Used = m_Filled = 0;
     m_BufferStart = 0;
@@ -148,7 +149,7 @@ std::size_t CFile::ReadBeyondBuffer(void* data, std::size_t count)
     } else {
         // Small at first, because what follows a large block may be the next one, which is better read directly.
         m_Filled = ReadFromSystem(m_Buffer.get(), std::max(m_NextFill, count - done));
-        m_NextFill = std::min(2 * m_NextFill, m_Capacity);
+        m_NextFill = std::min(2 * m_NextFill, s_BufferSize);
         m_Used = std::min(count - done, m_Filled);
         std::memcpy(bytes + done, m_Buffer.get(), m_Used);
         done += m_Used;
@@ -160,7 +161,7 @@ std::size_t CFile::ReadBeyondBuffer(void* data, std::size_t count)
 
 void CFile::WriteBeyondBuffer(const void* data, std::size_t count)
 {
-    if (!m_Writable) {
+    if (m_Room == 0) {
         if (!m_Error)
             m_Error = std::make_error_code(std::errc::bad_file_descriptor);
         Fail("cannot write");
@@ -175,14 +176,27 @@ void CFile::WriteBeyondBuffer(const void* data, std::size_t count)
     // What goes past the buffer ends at a page of the file, so that the next write begins at one.
     std::size_t direct = 0;
     if (count < s_DirectSize)
-        fill(s_BufferSize - m_Used);
+        fill(m_Room - m_Used);
     else
         direct = count - (m_Used + count) % s_PageSize;
     if (!WriteToSystem(bytes, direct))
         Fail("cannot write");
     bytes += direct;
     count -= direct;
+    if (m_BufferStart >= s_LargeFile)
+        EnlargeBuffer();
     fill(count);
+}
+
+void CFile::EnlargeBuffer() noexcept
+{
+    if (m_Capacity == s_LargeBufferSize)
+        return;
+    void* const memory = ::operator new (s_LargeBufferSize, std::align_val_t{s_PageSize}, std::nothrow);
+    if (memory == nullptr) // the small one does too
+        return;
+    m_Buffer.reset(static_cast<char*>(memory));
+    m_Capacity = m_Room = s_LargeBufferSize;
 }
 
 std::size_t CFile::ReadFromSystem(void* data, std::size_t count)
@@ -204,7 +218,7 @@ bool CFile::WriteToSystem(const char* data, std::size_t count) noexcept
     if (done == all)
         return true;
     m_Error = SystemError();
-    m_Writable = false;
+    m_Room = 0;
     return false;
 }
 
@@ -212,14 +226,14 @@ void CFile::Close()
 {
     if (m_File == nullptr)
         return;
-    if (m_Writable)
+    if (m_Room != 0)
         WriteToSystem(nullptr, 0);
     errno = 0;
     if (std::fclose(std::exchange(m_File, nullptr)) != 0 && m_Writing && !m_Error)
         m_Error = SystemError();
     const bool lost = m_Writing && m_Error;
-    m_Writing = m_Writable = false;
-    m_Used = m_Filled = 0;
+    m_Writing = false;
+    m_Used = m_Filled = m_Room = 0;
     m_BufferStart = m_Size = 0;
     if (lost)
         Fail("cannot write");

@@ -65,9 +65,9 @@ public:
     /// Writes `count` bytes.
     void Write(const void* data, std::size_t count)
     {
-        if (!m_Writable || count >= s_DirectSize || count > s_BufferSize - m_Used)
+        if (count >= s_DirectSize || m_Used + count > m_Room)
             return WriteBeyondBuffer(data, count);
-        if (count == 0)
+        if (count == 0) // a file that was never opened has no buffer
             return;
         Copy(m_Buffer.get() + m_Used, data, count);
         m_Used += count;
@@ -89,8 +89,11 @@ public:
 private:
     // The system copies fastest where the buffer and what is written to the file begin at a page.
     static constexpr std::size_t s_PageSize = 4096;
-    static constexpr std::size_t s_BufferSize = 64 * s_PageSize;
-    static constexpr std::size_t s_DirectSize = 16 * s_PageSize; // blocks from here on go past the buffer
+    static constexpr std::size_t s_BufferSize = 16 * s_PageSize;
+    static constexpr std::size_t s_DirectSize = s_BufferSize; // blocks from here on go past the buffer
+    // A large buffer has more pages for the system to provide, which pays once this much has been written.
+    static constexpr std::size_t s_LargeFile = 256 * s_PageSize;
+    static constexpr std::size_t s_LargeBufferSize = 64 * s_PageSize;
 
     struct AlignedDelete
     {
@@ -108,12 +111,15 @@ private:
 
     std::size_t ReadBeyondBuffer(void* data, std::size_t count);
     void WriteBeyondBuffer(const void* data, std::size_t count);
+    /// Replaces the buffer, which is empty, by a large one, unless there is no memory for that.
+    void EnlargeBuffer() noexcept;
     std::size_t ReadFromSystem(void* data, std::size_t count);
     bool WriteToSystem(const char* data, std::size_t count) noexcept;
     [[noreturn]] void Fail(const char* action) const;
 
     std::unique_ptr<char[], AlignedDelete> m_Buffer;
     std::size_t m_Capacity = 0;      // bytes that the buffer has room for
+    std::size_t m_Room = 0;          // m_Capacity while writing, 0 once a write has failed
     std::size_t m_NextFill = 0;      // bytes that the buffer takes from the file next
     std::size_t m_Used = 0;          // bytes of the buffer that were read, or that wait to be written
     std::size_t m_Filled = 0;        // bytes of the buffer that came from the file; 0 when writing
@@ -121,7 +127,6 @@ private:
     std::uint64_t m_Size = 0;
     std::FILE* m_File = nullptr;
     bool m_Writing = false;
-    bool m_Writable = false; // writing, and no write has failed
     std::wstring m_FileName;
     std::error_code m_Error;
 };
