@@ -168,16 +168,30 @@ void MeasureMemory(const Contestant& contestant, Result& result, const fs::path&
     result.peak = meter.Peak();
 }
 
-void Round(const Contestant& contestant, Result& result, const fs::path& file)
+void MeasureSave(const Contestant& contestant, Result& result, const fs::path& file)
 {
     fs::remove(file);
     malloc_trim(0); // everyone starts with as little memory as the others, and tidies up after nobody
     result.saving.push_back(Seconds([&] { contestant.save(file); }));
+}
+
+/// A load in a process of its own, which neither finds gaps in the heap nor leaves them, as in a program that opens its
+/// first file.
+void MeasureLoad(const Contestant& contestant, Result& result, const fs::path& file)
+{
+    fs::remove(file);
+    contestant.save(file);
     malloc_trim(0);
-    std::shared_ptr<void> loaded;
-    result.loading.push_back(Seconds([&] { loaded = contestant.load(file); }));
-    Require(contestant.digest(loaded) == contestant.saved, contestant.name + ": another scene came back");
-    result.destroying.push_back(Seconds([&] { loaded.reset(); }));
+    std::istringstream times(InAnotherProcess([&](std::ostream& out) {
+        std::shared_ptr<void> loaded;
+        out << Seconds([&] { loaded = contestant.load(file); }) << ' ';
+        Require(contestant.digest(loaded) == contestant.saved, contestant.name + ": another scene came back");
+        out << Seconds([&] { loaded.reset(); });
+    }));
+    double loading = 0, destroying = 0;
+    times >> loading >> destroying;
+    result.loading.push_back(loading);
+    result.destroying.push_back(destroying);
 }
 
 struct Workload
@@ -218,12 +232,14 @@ void RunRounds(const std::vector<Contestant>& contestants, int rounds, const fs:
     std::vector<std::size_t> order(contestants.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::minstd_rand random;
-    for (int i = 0; i < rounds; ++i) {
-        // What one leaves behind in the system's memory is the next one's, so the next one is another each time.
-        std::shuffle(order.begin(), order.end(), random);
-        for (const std::size_t k : order)
-            Round(contestants[k], results[k], file);
-    }
+    // All saves come first: where a process was made out of this one, the pages that it writes to are copied.
+    for (const auto measure : {MeasureSave, MeasureLoad})
+        for (int i = 0; i < rounds; ++i) {
+            // What one leaves behind in the system's memory is the next one's, so the next one is another each time.
+            std::shuffle(order.begin(), order.end(), random);
+            for (const std::size_t k : order)
+                measure(contestants[k], results[k], file);
+        }
     for (std::size_t k = 0; k < contestants.size(); ++k) {
         MeasureMemory(contestants[k], results[k], file);
         out << contestants[k].name << ' ' << contestants[k].saved.objects << ' ' << results[k].live << ' '
@@ -234,13 +250,15 @@ void RunRounds(const std::vector<Contestant>& contestants, int rounds, const fs:
     }
 }
 
-void Compare(const Workload& workload, int count, int rounds, const fs::path& folder)
+void Compare(const Workload& workload, int count, int processes, int rounds, const fs::path& folder)
 {
     std::vector<std::string> names;
     std::map<std::string, Result> results;
-    // The scene that is made first gets other pages, which take up to 4 % more or less time to copy: each is, once.
-    for (const bool oursFirst : {true, false}) {
+    // Which pages of memory a scene gets is worth up to 5 % in copying it: each process has others, and one scene is made
+    // first as often as the other.
+    for (int process = 0; process < processes; ++process) {
         std::istringstream lines(InAnotherProcess([&](std::ostream& out) {
+            const bool oursFirst = process % 2 == 0;
             OurRoot ours = oursFirst ? workload.ours(count) : nullptr;
             const PlainRoot plain = workload.plain(count);
             if (!oursFirst)
@@ -250,7 +268,7 @@ void Compare(const Workload& workload, int count, int rounds, const fs::path& fo
         for (std::string line, name; std::getline(lines, line);) {
             std::istringstream fields(line);
             fields >> name;
-            if (oursFirst)
+            if (process == 0)
                 names.push_back(name);
             Result& result = results[name];
             fields >> result.objects >> result.live >> result.peak;
@@ -262,14 +280,22 @@ void Compare(const Workload& workload, int count, int rounds, const fs::path& fo
         }
     }
     const Result& limit = results["limit"];
-    std::printf("\n%s: %d, %zu objects\n%-12s %10s %8s %10s %8s %11s %12s %12s\n", workload.name, count, limit.objects,
-                "", "save ms", "x limit", "load ms", "x limit", "destroy ms", "loaded MB", "peak over");
+    double peerSaving = 0, peerLoading = 0; // of the fastest peer
+    for (const auto& [name, result] : results)
+        if (name != "limit" && name != "LumvoData") {
+            const double saving = Median(result.saving), loading = Median(result.loading);
+            peerSaving = peerSaving == 0 ? saving : std::min(peerSaving, saving);
+            peerLoading = peerLoading == 0 ? loading : std::min(peerLoading, loading);
+        }
+    std::printf("\n%s: %d, %zu objects\n%-10s %9s %8s %8s %9s %8s %8s %11s %10s %10s\n", workload.name, count,
+                limit.objects, "", "save ms", "x limit", "x peer", "load ms", "x limit", "x peer", "destroy ms",
+                "loaded MB", "peak over");
     for (const std::string& name : names) {
         const Result& result = results[name];
-        std::printf("%-12s %10.2f %8.2f %10.2f %8.2f %11.2f %12.2f %9.2f MB\n", name.c_str(),
-                    1e3 * Median(result.saving), Median(result.saving) / Median(limit.saving),
-                    1e3 * Median(result.loading), Median(result.loading) / Median(limit.loading),
-                    1e3 * Median(result.destroying), 1e-6 * static_cast<double>(result.live),
+        const double saving = Median(result.saving), loading = Median(result.loading);
+        std::printf("%-10s %9.2f %8.2f %8.2f %9.2f %8.2f %8.2f %11.2f %10.2f %7.2f MB\n", name.c_str(), 1e3 * saving,
+                    saving / Median(limit.saving), saving / peerSaving, 1e3 * loading, loading / Median(limit.loading),
+                    loading / peerLoading, 1e3 * Median(result.destroying), 1e-6 * static_cast<double>(result.live),
                     1e-6 * static_cast<double>(result.peak - result.live));
     }
 }
@@ -287,9 +313,8 @@ public:
     std::vector<std::uint64_t> offsets;
 };
 
-/// Gives every object of a file another key, so that keys come in no order: an odd factor maps the nonzero 32-bit
-/// numbers onto themselves.
-void ScatterKeys(const fs::path& file)
+/// Gives every object of a file another key.
+void ChangeKeys(const fs::path& file, const std::function<std::uint32_t(std::uint32_t)>& change)
 {
     KeyOffsets keys;
     Load(file, &keys);
@@ -298,10 +323,29 @@ void ScatterKeys(const fs::path& file)
     for (const std::uint64_t offset : keys.offsets) {
         std::uint32_t key = 0;
         std::memcpy(&key, bytes.data() + offset, sizeof key);
-        key *= 0x9E3779B1;
+        key = key == 0 ? 0 : change(key);
         std::memcpy(bytes.data() + offset, &key, sizeof key);
     }
     std::ofstream(file, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+/// The keys that there are, in random order.
+void ShuffleKeys(const fs::path& file, std::size_t objects)
+{
+    std::vector<std::uint32_t> keys(objects);
+    std::iota(keys.begin(), keys.end(), 1U);
+    std::shuffle(keys.begin(), keys.end(), std::minstd_rand());
+    ChangeKeys(file, [&keys](std::uint32_t key) { return keys[key - 1]; });
+}
+
+/// Keys from all 32-bit numbers: the steps of MurmurHash3's finalizer, each of which maps them onto themselves.
+void ScatterKeys(const fs::path& file)
+{
+    ChangeKeys(file, [](std::uint32_t key) {
+        key = (key ^ (key >> 16)) * 0x85EBCA6B;
+        key = (key ^ (key >> 13)) * 0xC2B2AE35;
+        return key ^ (key >> 16);
+    });
 }
 
 struct Shape
@@ -317,42 +361,60 @@ const Shape s_Shapes[] = {
     {"shared", Scenes::MakeShared<Scenes::Ours>},
 };
 
-/// Nanoseconds per object: the median over as many runs as make up about a million objects, but at least three.
-double PerObject(std::size_t objects, const std::function<double()>& seconds)
+/// Nanoseconds per object: the median over as many runs as make up about a million objects, but at least five.
+double PerObject(std::size_t objects, bool warm, const std::function<double()>& seconds)
 {
     std::vector<double> values;
-    for (std::size_t done = 0; done < 1'000'000 || values.size() < 3; done += objects)
+    for (std::size_t done = 0; done < 1'000'000 || values.size() < 5; done += objects) {
+        if (!warm)
+            malloc_trim(0);
         values.push_back(1e9 * seconds() / static_cast<double>(objects));
+    }
     return Median(values);
 }
 
-void Scale(const Shape& shape, const std::vector<int>& counts, const fs::path& folder)
+void ScaleTo(const Shape& shape, int count, bool warm, const fs::path& file, std::ostream& out)
 {
-    const fs::path file = folder / "scene";
-    for (const int count : counts) {
-        OurRoot root = shape.make(count);
-        const Digest expected = Scenes::Digester<Scenes::Ours>::Of(root);
-        const double saving = PerObject(expected.objects, [&] {
-            fs::remove(file);
-            return Seconds([&] { Save(root, file); });
+    OurRoot root = shape.make(count);
+    const Digest expected = Scenes::Digester<Scenes::Ours>::Of(root);
+    const double saving = PerObject(expected.objects, warm, [&] {
+        fs::remove(file);
+        return Seconds([&] { Save(root, file); });
+    });
+    root.reset();
+    std::vector<double> destroying;
+    const auto loading = [&] {
+        const double nanoseconds = PerObject(expected.objects, warm, [&] {
+            OurRoot loaded;
+            const double seconds = Seconds([&] { loaded = Load(file); });
+            destroying.push_back(Seconds([&] { loaded.reset(); }));
+            return seconds;
         });
-        root.reset();
-        double destroying = 0;
-        const auto loading = [&] {
-            return PerObject(expected.objects, [&] {
-                OurRoot loaded;
-                const double seconds = Seconds([&] { loaded = Load(file); });
-                destroying = Seconds([&] { loaded.reset(); });
-                return seconds;
-            });
-        };
-        const double inOrder = loading();
-        ScatterKeys(file);
-        const double scattered = loading();
         Require(Scenes::Digester<Scenes::Ours>::Of(Load(file)) == expected, "another scene came back");
-        std::printf("%-8s %10zu %10.0f %10.0f %14.0f %10.0f\n", shape.name, expected.objects, saving, inOrder,
-                    scattered, 1e9 * destroying / static_cast<double>(expected.objects));
-    }
+        return nanoseconds;
+    };
+    const double inOrder = loading();
+    ShuffleKeys(file, expected.objects);
+    const double shuffled = loading();
+    ScatterKeys(file);
+    const double scattered = loading();
+    char line[120];
+    std::snprintf(line, sizeof line, "%-8s %10zu %10.0f %10.0f %10.0f %10.0f %10.0f\n", shape.name, expected.objects,
+                  saving, inOrder, shuffled, scattered,
+                  1e9 * Median(destroying) / static_cast<double>(expected.objects));
+    out << line;
+}
+
+void Scale(const std::vector<int>& counts, bool warm, const fs::path& folder)
+{
+    std::printf("\nNanoseconds per object\n%-8s %10s %10s %10s %10s %10s %10s\n", "shape", "objects", "save", "load",
+                "shuffled", "scattered", "destroy");
+    for (const Shape& shape : s_Shapes)
+        for (const int count : counts)
+            std::fputs(InAnotherProcess([&](std::ostream& out) {
+                           ScaleTo(shape, count, warm, folder / "scene", out);
+                       }).c_str(),
+                       stdout);
 }
 
 /// A file of one small group, opened, read and closed.
@@ -388,14 +450,15 @@ void RunOnce(const Workload& workload, std::string_view again, const fs::path& f
         Load(file);
 }
 
-constexpr const char* s_Usage = R"(Usage: SceneFileBenchmark [--small] [compare [W1|W2|W3]] [scale] [tiny]
+constexpr const char* s_Usage = R"(Usage: SceneFileBenchmark [--small] [compare [W1|W2|W3]] [scale [--warm]] [tiny]
        SceneFileBenchmark once W1|W2|W3 [save|load]
 
 compare  save, load and destroy scenes beside the peers and the limit
 scale    cost per object from 1,000 to 2,000,000 objects
 tiny     open a tiny file
 once     save a small scene, and save or load it once more, for tools that count instructions
---small  a few thousand objects at most and three rounds
+--warm   leave each run the memory of the one before it
+--small  a few thousand objects at most and few rounds
 Without a word about what to do, everything but "once" is done.
 )";
 
@@ -409,6 +472,7 @@ int Run(std::vector<std::string_view> arguments)
         return given;
     };
     const bool small = take("--small");
+    const bool warm = take("--warm");
     const bool once = take("once");
     bool compare = take("compare");
     bool scale = take("scale");
@@ -435,15 +499,11 @@ int Run(std::vector<std::string_view> arguments)
         if (once)
             RunOnce(workload, again, folder.Path());
         if (compare)
-            Compare(workload, small ? workload.small : workload.count, small ? 3 : 7, folder.Path());
+            Compare(workload, small ? workload.small : workload.count, small ? 2 : 16, 2, folder.Path());
     }
-    if (scale) {
-        std::printf("\nNanoseconds per object\n%-8s %10s %10s %10s %14s %10s\n", "shape", "objects", "save", "load",
-                    "keys scattered", "destroy");
-        for (const Shape& shape : s_Shapes)
-            Scale(shape, small ? std::vector<int>{1'000} : std::vector<int>{1'000, 30'000, 200'000, 2'000'000},
-                  folder.Path());
-    }
+    if (scale)
+        Scale(small ? std::vector<int>{1'000} : std::vector<int>{1'000, 30'000, 200'000, 2'000'000}, warm,
+              folder.Path());
     if (tiny)
         OpenTiny(folder.Path());
     return 0;

@@ -86,10 +86,11 @@ template <class M> Root<M> MakeMeshes(int count)
 }
 
 /// Many small objects: entity nodes, 200 to a group, each with a transform and a box of its own, four references to 16
-/// shared styles and one to 500 shared small meshes.
+/// shared styles and one to a small mesh that 400 nodes share.
 template <class M> Root<M> MakeNodes(int count)
 {
     constexpr int nodesOfGroup = 200;
+    constexpr int nodesOfMesh = 400;
     std::vector<std::shared_ptr<typename M::Style>> styles;
     for (int i = 0; i < 16; ++i) {
         if (i % 2 == 0)
@@ -99,7 +100,7 @@ template <class M> Root<M> MakeNodes(int count)
         styles.back()->SetColor({1, 0.5F, static_cast<float>(i) / 16, 1});
     }
     std::vector<std::shared_ptr<typename M::MeshEntity>> entities;
-    for (int i = 0; i < 500; ++i) {
+    for (int i = 0; i < std::max(1, count / nodesOfMesh); ++i) {
         auto cube = std::make_shared<typename M::Mesh>();
         cube->VertexBuffer().assign(8 * 3, static_cast<float>(i));
         cube->IndexBuffer().assign(12 * 3, 7U);
