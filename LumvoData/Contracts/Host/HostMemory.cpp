@@ -54,7 +54,7 @@ void AHeapPrefault::FollowTo([[maybe_unused]] const void* block) noexcept
     const char* const end = static_cast<const char*>(sbrk(0));
     if (std::less<const void*>()(block, end)) {
         const std::ptrdiff_t size = end - static_cast<const char*>(block);
-        if (size >= fewest && size <= most)
+        if (m_End != nullptr && size >= fewest && size <= most) // the first block shows no growth
             Populate(block, static_cast<std::size_t>(size));
         m_End = end;
     }
