@@ -17,17 +17,30 @@ if(LUMVODATA_SANITIZE)
     add_link_options(-fsanitize=${LUMVODATA_SANITIZE})
 endif()
 
+# lumvodata_rpath(NAME PATH): where an installed target looks for the libraries, in the build tree as in the
+# installation: their folders are laid out alike. A path that is to be replaced by the installation would get empty
+# entries from CMake as padding, and an empty entry makes the loader search the current folder.
+function(lumvodata_rpath name path)
+    set_target_properties(${name} PROPERTIES
+        BUILD_WITH_INSTALL_RPATH ON
+        INSTALL_RPATH ${path}
+        INSTALL_RPATH_USE_LINK_PATH ON)
+endfunction()
+
 # lumvodata_library(NAME): a shared library that shows its exported symbols only.
 function(lumvodata_library name)
     add_library(${name} SHARED)
     add_library(LumvoData::${name} ALIAS ${name})
     target_compile_features(${name} PUBLIC cxx_std_17)
+    # The file sets of headers say the same, but only to CMake 3.23 and later.
+    target_include_directories(${name} INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:LumvoDataWarnings>)
+    lumvodata_rpath(${name} $ORIGIN)
     set_target_properties(${name} PROPERTIES
         CXX_EXTENSIONS OFF
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
-        INSTALL_RPATH $ORIGIN
+        LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
     # Every sum, product and float is rounded by itself: no fused multiply-add, no wider registers.
