@@ -52,20 +52,21 @@ TEST(XmlStream, FailedPushesAreBalancedByTheirPops)
 {
     AOStreamXML out;
     EXPECT_TRUE(out.Push(L"Outer"));
-    for (const wchar_t* name : {L"", L"1st", L"-a", L"a b", L"a>", L"<"}) {
+    for (const wchar_t* name : {L"", L"1st", L"-a", L"a b", L"a>", L"<", L"\xD7", L"a\x37E", L"\xB7", L"a\xD800"}) {
         EXPECT_FALSE(out.Push(name));
         EXPECT_FALSE(out.Push(L"Inside")) << "there is nothing to be inside of";
         out.Pop();
         out.Pop();
     }
-    EXPECT_TRUE(out.Push(L"_a:b-1.\x0416"));
+    const std::string name = "_a:b-1.\xC2\xB7\xD0\x96\xF0\x90\x90\x80";
+    EXPECT_TRUE(out.Push(KvText::FromUtf8(name)));
     out.NodeValue(std::wstring(L"\0\xD800", 2)); // nothing that XML can hold
     out.Attribute(L"not a name", L"lost");
     for (int i = 0; i < 3; ++i)
         out.Pop(); // the last is one too many
     EXPECT_TRUE(out.Push(L"Second"));
-    EXPECT_EQ(out.ToString(), "<?xml version=\"1.0\"?>\n<Outer>\n  <_a:b-1.\xD0\x96>\xEF\xBF\xBD\xEF\xBF\xBD</_a:b-1."
-                              "\xD0\x96>\n</Outer>\n<Second />\n");
+    EXPECT_EQ(out.ToString(), "<?xml version=\"1.0\"?>\n<Outer>\n  <" + name + ">\xEF\xBF\xBD\xEF\xBF\xBD</" + name +
+                                  ">\n</Outer>\n<Second />\n");
 }
 
 TEST(XmlStream, ElementsAreFoundByNameAndReadInTheirOrder)
@@ -73,7 +74,12 @@ TEST(XmlStream, ElementsAreFoundByNameAndReadInTheirOrder)
     AIStreamXML in;
     ASSERT_TRUE(in.LoadString("<R><A>1</A><B>x</B><A><A>inner</A></A></R><S/>"));
     in.Pop(); // one too many
+    std::wstring text = L"kept";
+    in.NodeValue(text); // of no element
+    EXPECT_EQ(text, L"kept");
     EXPECT_TRUE(in.Push(L"R"));
+    EXPECT_TRUE(in.Push(L"A")) << "asks whether there is one";
+    in.Pop();
     EXPECT_EQ(TextOf(in, L"A"), L"1");
     EXPECT_EQ(TextOf(in, L"S"), L"(none)") << "that one is not a child";
     EXPECT_EQ(TextOf(in, L"B"), L"x") << "fields are found in any order";

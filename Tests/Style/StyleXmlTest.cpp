@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 
 using namespace Kelvra;
@@ -38,6 +39,10 @@ TEST(StyleXml, MaterialHasFiveElements)
     changed.SetEmission(AMath::ColourValue::Red);
     FromXml(changed, text);
     EXPECT_EQ(ToXml(changed), text);
+    changed.SetDiffuse({NAN, 0.5F, -NAN, -HUGE_VALF});
+    AMaterial notFinite;
+    FromXml(notFinite, ToXml(changed));
+    EXPECT_EQ(ToXml(notFinite), ToXml(changed));
     EXPECT_EQ(changed.GetSpecular().b, 0.773911F);
 }
 
@@ -89,7 +94,9 @@ TEST(StyleXml, MalformedNumbersEndWithDefinedValues)
                 {" 0 -2e1\n0.3\t4 5 ", {0, -20, 0.3F, 4}, 0, false},
                 {"0.5 x 0.25 0", {0.5F, 1, 1, 1}, 0.5F, false},
                 {"0,5 2", {0, 1, 1, 1}, 0, false},
-                {"1e999 2", {1, 1, 1, 1}, 9, true}};
+                {"1e999 2", {1, 1, 1, 1}, 9, true},
+                {"-inf 2 INF +Infinity", {-HUGE_VALF, 2, HUGE_VALF, HUGE_VALF}, -HUGE_VALF, true},
+                {"inflated 2", {1, 1, 1, 1}, 9, true}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
         AMaterial material;

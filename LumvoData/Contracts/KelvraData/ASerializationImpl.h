@@ -14,9 +14,9 @@ namespace Kelvra {
 /// formats them by default (six significant digits), colours as r, g, b, a with a space between them,
 /// flags as 1 or 0, strings as they are.
 ///
-/// Reading extracts numbers the same way. A number that is not well formed leaves a float or a flag as it
-/// was, and a colour's component at 1, the start of each; strings take the whole text. Infinities and NaN are
-/// written as text that is not read back as a number.
+/// Reading extracts numbers the same way, and NaN and infinities as streams and other writers spell them: "nan", "inf"
+/// and "infinity" in any case, with or without a sign. A number that is not well formed leaves a float or a flag as it
+/// was, and a colour's components from that one on at 1, the start of each; strings take the whole text.
 class KELVRADATA_API AFieldText
 {
 public:

@@ -25,14 +25,30 @@ constexpr unsigned s_ParseText = pugi::parse_cdata | pugi::parse_escapes | pugi:
 // The parser holds a document whole, and several times its size in nodes.
 constexpr std::uint64_t s_LargestDocument = std::uint64_t{256} * 1024 * 1024;
 
-bool IsXmlName(std::string_view name)
+struct CharacterRange
 {
-    const auto begins = [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' ||
-               static_cast<unsigned char>(c) >= 0x80;
-    };
-    const auto continues = [&](char c) { return begins(c) || (c >= '0' && c <= '9') || c == '-' || c == '.'; };
-    return !name.empty() && begins(name.front()) && std::all_of(name.begin(), name.end(), continues);
+    char32_t first;
+    char32_t last;
+};
+
+template <std::size_t Count> bool IsAmong(const CharacterRange (&ranges)[Count], char32_t c)
+{
+    return std::any_of(ranges, ranges + Count, [c](const CharacterRange& r) { return c >= r.first && c <= r.last; });
+}
+
+// NameStartChar of XML 1.0, fifth edition, and what NameChar adds to it.
+constexpr CharacterRange s_NameStart[] = {{U':', U':'},     {U'A', U'Z'},     {U'_', U'_'},     {U'a', U'z'},
+                                          {0xC0, 0xD6},     {0xD8, 0xF6},     {0xF8, 0x2FF},    {0x370, 0x37D},
+                                          {0x37F, 0x1FFF},  {0x200C, 0x200D}, {0x2070, 0x218F}, {0x2C00, 0x2FEF},
+                                          {0x3001, 0xD7FF}, {0xF900, 0xFDCF}, {0xFDF0, 0xFFFD}, {0x10000, 0xEFFFF}};
+constexpr CharacterRange s_NameRest[] = {{U'-', U'.'}, {U'0', U'9'}, {0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}};
+
+bool IsXmlName(std::wstring_view name)
+{
+    const std::u32string characters = KvText::ToUtf32(name);
+    return !characters.empty() && IsAmong(s_NameStart, characters.front()) &&
+           std::all_of(characters.begin(), characters.end(),
+                       [](char32_t c) { return IsAmong(s_NameStart, c) || IsAmong(s_NameRest, c); });
 }
 
 /// What XML 1.0 lets a document hold; surrogates become well formed with the conversion to UTF-8.
@@ -86,12 +102,11 @@ AOStreamXML::~AOStreamXML() = default;
 bool AOStreamXML::Push(const std::wstring& name)
 {
     pugi::xml_node parent = m_Document->open.empty() ? pugi::xml_node(m_Document->root) : m_Document->open.back();
-    const std::string element = KvText::ToUtf8(name);
     m_Document->open.emplace_back();
-    if (!parent || !IsXmlName(element))
+    if (!parent || !IsXmlName(name))
         return false;
     pugi::xml_node child = parent.append_child();
-    RequireMemory(child.set_name(element.c_str()));
+    RequireMemory(child.set_name(KvText::ToUtf8(name).c_str()));
     m_Document->open.back() = child;
     return true;
 }
@@ -105,9 +120,9 @@ void AOStreamXML::NodeValue(const std::wstring& text)
 void AOStreamXML::Attribute(const std::wstring& name, const std::wstring& value)
 {
     pugi::xml_node node = m_Document->Current();
-    const std::string key = KvText::ToUtf8(name);
-    if (!node || !IsXmlName(key))
+    if (!node || !IsXmlName(name))
         return;
+    const std::string key = KvText::ToUtf8(name);
     pugi::xml_attribute attribute = node.attribute(key.c_str());
     if (!attribute) {
         attribute = node.append_attribute("");
@@ -148,9 +163,17 @@ struct AIStreamXML::Document
 {
     struct Level
     {
-        pugi::xml_node node;                           // empty for a Push that failed
-        std::map<std::string, pugi::xml_node> entered; // of each name the child that was entered last
+        pugi::xml_node node;                        // null for a Push that failed
+        bool used = false;                          // its text, an attribute or a child was asked for
+        std::map<std::string, pugi::xml_node> last; // of each name the last child that was used
     };
+
+    /// The open element, from now on used; null outside of elements.
+    pugi::xml_node Use()
+    {
+        open.back().used = true;
+        return open.size() > 1 ? open.back().node : pugi::xml_node();
+    }
 
     pugi::xml_document root;
     std::vector<Level> open{1}; // the first level is the document itself
@@ -219,18 +242,19 @@ bool AIStreamXML::Push(const std::wstring& name)
 {
     const std::string element = KvText::ToUtf8(name);
     Document::Level& parent = m_Document->open.back();
-    pugi::xml_node& last = parent.entered[element];
-    pugi::xml_node child = last.next_sibling(element.c_str());
+    parent.used = true;
+    pugi::xml_node child;
+    if (const auto last = parent.last.find(element); last != parent.last.end())
+        child = last->second.next_sibling(element.c_str());
     if (!child)
         child = parent.node.child(element.c_str());
-    last = child;
-    m_Document->open.push_back({child, {}});
+    m_Document->open.push_back({child, false, {}});
     return static_cast<bool>(child);
 }
 
 void AIStreamXML::NodeValue(std::wstring& text) const
 {
-    const pugi::xml_node node = m_Document->open.back().node;
+    const pugi::xml_node node = m_Document->Use();
     if (!node)
         return;
     std::string value;
@@ -242,14 +266,19 @@ void AIStreamXML::NodeValue(std::wstring& text) const
 
 void AIStreamXML::Attribute(const std::wstring& name, std::wstring& value) const
 {
-    const pugi::xml_attribute attribute = m_Document->open.back().node.attribute(KvText::ToUtf8(name).c_str());
+    const pugi::xml_attribute attribute = m_Document->Use().attribute(KvText::ToUtf8(name).c_str());
     if (attribute)
         value = KvText::FromUtf8(attribute.value());
 }
 
 void AIStreamXML::Pop()
 {
-    if (m_Document->open.size() > 1)
-        m_Document->open.pop_back();
+    std::vector<Document::Level>& open = m_Document->open;
+    if (open.size() == 1)
+        return;
+    const Document::Level left = std::move(open.back());
+    open.pop_back();
+    if (left.node && left.used)
+        open.back().last[left.node.name()] = left.node;
 }
 } // namespace Kelvra

@@ -179,6 +179,15 @@ void FromUtf16(std::u16string_view units, std::wstring& text)
             [&](std::size_t& at) { text += static_cast<wchar_t>(NextCharacter(units, at)); });
 }
 
+std::u32string ToUtf32(std::wstring_view text)
+{
+    std::u32string characters;
+    characters.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();)
+        characters += NextCharacter(text, at);
+    return characters;
+}
+
 std::string ToUtf8(std::wstring_view text)
 {
     std::string bytes;

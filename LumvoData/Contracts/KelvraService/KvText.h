@@ -27,6 +27,9 @@ KELVRASERVICE_API void FromUtf16(std::u16string_view units, std::wstring& text);
 /// \returns false, with units that mean nothing, where there are other characters.
 [[nodiscard]] KELVRASERVICE_API bool ToUtf16Units(std::wstring_view text, char16_t* units) noexcept;
 
+/// The characters of `text`: surrogate pairs become one character each, an unpaired surrogate stays as it is.
+[[nodiscard]] KELVRASERVICE_API std::u32string ToUtf32(std::wstring_view text);
+
 /// The text in UTF-8, always well formed: a surrogate without its partner becomes U+FFFD.
 [[nodiscard]] KELVRASERVICE_API std::string ToUtf8(std::wstring_view text);
 
