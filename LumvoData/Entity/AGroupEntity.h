@@ -34,6 +34,7 @@ public:
     using AEntity::Serialize; // overriding one overload would hide the XML pair
     void Serialize(ASceneSerializeContext& context) override;
     /// Visits each member in turn, until one returns false. A member that sits in several groups is visited in each.
+    /// Meanwhile the visitor may add members, which are visited too; it must not assign to a group that is being visited.
     /// The walk takes no stack for groups in groups, but for members of classes that derive from this one.
     bool Visit(AEntityVisitor& visitor) override;
 

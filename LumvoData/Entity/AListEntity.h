@@ -33,8 +33,9 @@ public:
         ASceneRecord record(context);
         record.ListAs<ASubEntity>(m_Items);
     }
-    /// Hands each item to the visitor, an empty one too, until it returns false. The visitor may remove the item
-    /// that it is given from the list, and no other.
+    /// Passes each item to the visitor, a null one too, until it returns false. Meanwhile the visitor may append items
+    /// and remove the item that it was given. It must not remove any other item, clear or replace the list, or assign to
+    /// the entity.
     bool Visit(AEntityVisitor& visitor) override
     {
         if ((visitor.GetFilter() & Trait::Filter) == 0)

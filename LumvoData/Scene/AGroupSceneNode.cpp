@@ -37,7 +37,7 @@ void AGroupSceneNode::ClearChildren() noexcept
 {
     m_Children.clear();
     AMath::AxisAlignedBox box = GetBBox();
-    box.m_State = AMath::BoxStateNull;
+    box.setNull();
     SetBBox(box);
 }
 

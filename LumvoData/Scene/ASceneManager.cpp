@@ -31,12 +31,12 @@ void ASceneManager::ClearNodes(NodeLayer layer) noexcept
 {
     m_Nodes[static_cast<std::size_t>(layer)].clear();
     if (layer == SceneLayer)
-        m_BBox.m_State = AMath::BoxStateNull;
+        m_BBox.setNull();
 }
 
 void ASceneManager::ComputeBBox() noexcept
 {
-    m_BBox.m_State = AMath::BoxStateNull;
+    m_BBox.setNull();
     for (const std::shared_ptr<ASceneNode>& node : m_Nodes[SceneLayer])
         MergeBox(*node);
 }

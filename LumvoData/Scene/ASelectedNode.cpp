@@ -3,6 +3,7 @@
 #include <LumvoData/Entity/ReleaseNested.h>
 #include <LumvoData/Scene/ASceneNodeVisitor.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace Kelvra {
@@ -21,10 +22,14 @@ void ASelectedNode::AddChildNode(std::shared_ptr<ASelectedNode> child)
 
 const std::shared_ptr<ASceneNode>& ASelectedNode::GetLeafSceneNode() const noexcept
 {
-    const ASelectedNode* record = this;
-    while (!record->m_Children.empty())
-        record = record->m_Children.front().get();
-    return record->m_SceneNode;
+    for (const ASelectedNode* record = this;;) {
+        const auto& children = record->m_Children;
+        const auto first =
+            std::find_if(children.begin(), children.end(), [](const auto& child) { return child != nullptr; });
+        if (first == children.end())
+            return record->m_SceneNode;
+        record = first->get();
+    }
 }
 
 std::shared_ptr<ASelectedNode> ASelectedNode::FindNode(const std::shared_ptr<ASelectedNode>& root, int id)
@@ -32,7 +37,7 @@ std::shared_ptr<ASelectedNode> ASelectedNode::FindNode(const std::shared_ptr<ASe
     if (root->m_nId == id)
         return root;
     for (const std::shared_ptr<ASelectedNode>& child : root->m_Children)
-        if (child->m_nId == id)
+        if (child && child->m_nId == id)
             return child;
     return nullptr;
 }

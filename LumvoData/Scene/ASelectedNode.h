@@ -42,7 +42,7 @@ public:
 
     /// The child records in the order they were added.
     [[nodiscard]] const std::list<std::shared_ptr<ASelectedNode>>& GetChildNodes() const noexcept { return m_Children; }
-    /// Appends a record, which is not checked.
+    /// Appends a record. It is not checked; the searches below skip a null one.
     void AddChildNode(std::shared_ptr<ASelectedNode> child);
     void ClearChildNodes() noexcept { m_Children.clear(); }
 

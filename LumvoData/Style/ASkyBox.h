@@ -47,6 +47,8 @@ public:
     {
         m_Textures[static_cast<std::size_t>(side)] = texture;
     }
+    /// Leaves the side without a texture.
+    void SetTexture(SkyBoxSide side, std::nullptr_t) noexcept { SetTexture(side, std::shared_ptr<ATexture>()); }
     /// Gives the side a new texture whose name and file name are both `fileName`.
     void SetTexture(SkyBoxSide side, const std::wstring& fileName);
 

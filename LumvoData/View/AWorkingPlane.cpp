@@ -31,7 +31,7 @@ AMath::Vector3 AWorkingPlane::GetInnerCellSize() const noexcept
 
 void AWorkingPlane::AdjustPlane(const AMath::AxisAlignedBox& box) noexcept
 {
-    if (box.isNull())
+    if (!box.isFinite())
         return;
     GrowEdges(m_StartPos.x, m_EndPos.x, box.getMinimum().x, box.getMaximum().x);
     GrowEdges(m_StartPos.y, m_EndPos.y, box.getMinimum().y, box.getMaximum().y);

@@ -4,6 +4,8 @@
 #include <LumvoData/Contracts/KelvraMath/Vector3.h>
 #include <LumvoData/Contracts/KelvraService/KvExport.h>
 
+#include <cstdint>
+
 namespace Kelvra {
 
 /// The grid on which a viewer lays out the scene: a rectangle between two corners, divided into cells, each
@@ -34,7 +36,7 @@ public:
     void SetDynamicAdjust(bool adjust) noexcept { m_bDynamicAdjust = adjust; }
 
     /// Moves each edge that does not cover the box in x and y to 100 beyond it; never shrinks, never changes z.
-    /// A null box has nothing to cover and changes nothing.
+    /// A null box has nothing to cover, an infinite one cannot be covered; neither changes anything.
     void AdjustPlane(const AMath::AxisAlignedBox& box) noexcept;
 
 private:
@@ -44,5 +46,7 @@ private:
     AMath::Vector3 m_InnerCellCount{5, 5, 1};
     float m_ZoomFactor = 1.0F;
     bool m_bDynamicAdjust = true;
+    // Carried and copied for the binary interface; the library does not read it.
+    [[maybe_unused]] std::int32_t m_nReserved = 0;
 };
 } // namespace Kelvra

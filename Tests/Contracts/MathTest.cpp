@@ -92,6 +92,21 @@ TEST(Matrix, ConcatenatesRowVectorTransformsFromLeftToRight)
     }
 }
 
+TEST(Vector, OfAnySizeHasALengthAndADirection)
+{
+    for (const double size : {0x1p-1074, 1e-320, 1e-200, 1.0, 1e154, 1e200, 0x1p1022}) {
+        Vector3 v(-size, 0, size);
+        const double length = v.length();
+        EXPECT_DOUBLE_EQ(length, size * std::sqrt(2.0));
+        EXPECT_EQ(v.normalise(), length);
+        EXPECT_DOUBLE_EQ(v.z, std::sqrt(0.5)) << size;
+        EXPECT_DOUBLE_EQ(v.x, -v.z);
+    }
+    Vector3 zero;
+    EXPECT_EQ(zero.normalise(), 0);
+    EXPECT_EQ(zero, Vector3::ZERO);
+}
+
 TEST(Box, TransformedIsTheTightBoxOfItsCornersToTheBit)
 {
     Random random;
@@ -116,8 +131,8 @@ TEST(Box, NullIsNeutralAndInfiniteAbsorbs)
 {
     const AxisAlignedBox finite({0, 0, 0}, {1, 2, 3}), other({-1, 1, 1}, {0.5, 5, 2});
     AxisAlignedBox null = other, infinite = other;
-    null.m_State = BoxStateNull;
-    infinite.m_State = BoxStateInfinite;
+    null.setNull();
+    infinite.setInfinite();
     const auto merged = [](AxisAlignedBox a, const AxisAlignedBox& b) {
         a.merge(b);
         a.transform(Matrix4::IDENTITY);

@@ -20,9 +20,10 @@ Record MakeRecord(int id)
 TEST(SelectedNode, FindsItselfThenItsChildren)
 {
     const Record root = MakeRecord(1), first = MakeRecord(2), second = MakeRecord(2), leaf = MakeRecord(3);
-    for (const Record& child : {first, second, MakeRecord(1)})
+    for (const Record& child : {Record(), first, second, MakeRecord(1)})
         root->AddChildNode(child);
     first->AddChildNode(leaf);
+    leaf->AddChildNode(nullptr);
     EXPECT_EQ(ASelectedNode::FindNode(root, 1), root);
     EXPECT_EQ(ASelectedNode::FindNode(root, 2), first);
     EXPECT_EQ(ASelectedNode::FindNode(root, 3), nullptr); // a grandchild

@@ -28,5 +28,7 @@ TEST(Environment, SharesGridAndSkyBoxWithACopy)
     EXPECT_EQ(copy.GetSkyBox(), environment.GetSkyBox());
     copy.GetSkyBox()->SetTexture(ASkyBox::SkyBoxUp, L"sky.png");
     EXPECT_EQ(environment.GetSkyBox()->GetTexture(ASkyBox::SkyBoxUp)->GetFileName(), L"sky.png");
+    copy.GetSkyBox()->SetTexture(ASkyBox::SkyBoxUp, nullptr);
+    EXPECT_EQ(environment.GetSkyBox()->GetTexture(ASkyBox::SkyBoxUp), nullptr);
 }
 } // namespace

@@ -81,12 +81,12 @@ TEST(Frustum, LooksAtTheSidesForVisibilityAndAtAllPlanesForCrossing)
     EXPECT_TRUE(frustum.IsVisible(box));
     EXPECT_FALSE(frustum.IsInterset(box));
     EXPECT_TRUE(frustum.IsInterset({{-1, -1, 99999}, {1, 1, 100001}}));
-    box.m_State = BoxStateNull;
+    box.setNull();
     EXPECT_FALSE(frustum.IsVisible(box));
     box = {{99, 5000, 10}, {101, 5001, 20}}; // across right, far above
     EXPECT_FALSE(frustum.IsVisible(box));
     EXPECT_TRUE(frustum.IsInterset(box));
-    box.m_State = BoxStateInfinite;
+    box.setInfinite();
     EXPECT_TRUE(frustum.IsVisible(box));
 }
 } // namespace

@@ -34,9 +34,11 @@ TEST(WorkingPlane, MovesOnlyEdgesThatDoNotCover)
         EXPECT_EQ(plane.GetStartPos(), start);
         EXPECT_EQ(plane.GetStartPos() + plane.GetCellCount(), end);
     }
-    AxisAlignedBox emptied({-9000, -9000, 0}, {9000, 9000, 0});
-    emptied.m_State = BoxStateNull;
-    plane.AdjustPlane(emptied);
+    AxisAlignedBox notFinite({-9000, -9000, 0}, {9000, 9000, 0});
+    notFinite.setNull();
+    plane.AdjustPlane(notFinite);
+    notFinite.setInfinite();
+    plane.AdjustPlane(notFinite);
     EXPECT_EQ(plane.GetCellCount(), Vector3(1600, 1600.5, 0));
 }
 } // namespace

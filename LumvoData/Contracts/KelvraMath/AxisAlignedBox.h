@@ -19,7 +19,7 @@ enum AxisAlignedBoxState : std::int32_t
 /// A box whose edges run along the axes: minimum corner, maximum corner and state.
 ///
 /// Only a finite box's corners have a meaning, but every box keeps the ones it was given: a new box is null
-/// with both corners at (0, 0, 0), and emptying a box with `m_State = BoxStateNull` leaves its corners.
+/// with both corners at (0, 0, 0), and neither setNull nor setInfinite changes corners.
 class AxisAlignedBox
 {
 public:
@@ -35,6 +35,10 @@ public:
     {
         *this = AxisAlignedBox(minimum, maximum);
     }
+    /// Empties the box.
+    constexpr void setNull() noexcept { m_State = BoxStateNull; }
+    /// Makes the box all of space.
+    constexpr void setInfinite() noexcept { m_State = BoxStateInfinite; }
     [[nodiscard]] constexpr const Vector3& getMinimum() const noexcept { return m_Minimum; }
     [[nodiscard]] constexpr const Vector3& getMaximum() const noexcept { return m_Maximum; }
     [[nodiscard]] constexpr bool isNull() const noexcept { return m_State == BoxStateNull; }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <LumvoData/Contracts/KelvraService/KvExport.h>
+
 #include <cmath>
 
 namespace AMath {
@@ -24,17 +26,24 @@ public:
     {
         return {y * v.z - z * v.y, z * v.x - x * v.z, x * v.y - y * v.x};
     }
-    [[nodiscard]] double length() const noexcept { return std::sqrt(dotProduct(*this)); }
+    /// The length, whatever the size of the components: their squares neither underflow nor overflow. Infinity where
+    /// it is beyond the range of a double.
+    [[nodiscard]] double length() const noexcept
+    {
+        const double square = dotProduct(*this);
+        return HasAccurateRoot(square) ? std::sqrt(square) : ScaledLength();
+    }
     /// Scales this vector to length 1; a zero vector stays as it is.
     /// \returns the former length.
     double normalise() noexcept
     {
-        const double former = length();
-        if (former != 0) {
-            x /= former;
-            y /= former;
-            z /= former;
-        }
+        const double square = dotProduct(*this);
+        if (!HasAccurateRoot(square))
+            return ScaledNormalise();
+        const double former = std::sqrt(square);
+        x /= former;
+        y /= former;
+        z /= former;
         return former;
     }
 
@@ -46,6 +55,12 @@ public:
     static const Vector3 UNIT_X;
     static const Vector3 UNIT_Y;
     static const Vector3 UNIT_Z;
+
+private:
+    /// False for 0, infinity and NaN, and where a square that counts may have lost digits.
+    static constexpr bool HasAccurateRoot(double square) noexcept { return square >= 0x1p-900 && square <= 0x1p1023; }
+    KELVRAMATH_API double ScaledLength() const noexcept;
+    KELVRAMATH_API double ScaledNormalise() noexcept;
 };
 
 inline constexpr Vector3 Vector3::ZERO{0, 0, 0};
