@@ -14,6 +14,7 @@
 #include <LumvoData/Contracts/KelvraData/ASerializeContext.h>
 #include <LumvoData/Contracts/KelvraData/TObjectCreator.h>
 #include <LumvoData/Contracts/KelvraData/TObjectFactory.h>
+#include <LumvoData/Contracts/KelvraData/TRegistry.h>
 #include <LumvoData/Contracts/KelvraData/TSingleton.h>
 #include <LumvoData/Contracts/KelvraMath/AxisAlignedBox.h>
 #include <LumvoData/Contracts/KelvraMath/ColourValue.h>

@@ -24,6 +24,7 @@ namespace Kelvra {
 /// - Units: the box is in scene coordinates; at first it reaches from −100 to 100 along each axis.
 /// - Ownership: shares everything it holds. A copy shares the camera, the environment, the nodes and the
 ///   records, and has lists of its own.
+/// - Threads: one scene is changed by one thread at a time; different scenes in different threads at once.
 /// - Errors: none. Layers are not checked; nodes must not be empty.
 class KELVRA_API ASceneManager
 {

@@ -13,7 +13,8 @@ void ASceneRecord::Flag(bool& value)
 {
     std::uint8_t byte = value ? 1 : 0;
     Block(byte);
-    value = byte != 0;
+    if (!m_Context.IsStoring()) // other threads may be storing the same object
+        value = byte != 0;
 }
 
 void ASceneRecord::Text(std::wstring& value)
@@ -43,6 +44,7 @@ void ASceneRecord::Colour(AMath::ColourValue& value)
     } block{value, {}};
     static_assert(sizeof block == 32, "a colour block is twice the size of a colour");
     Block(block);
-    value = block.colour;
+    if (!m_Context.IsStoring())
+        value = block.colour;
 }
 } // namespace Kelvra

@@ -7,7 +7,7 @@ namespace Kelvra {
 void ASceneSerializeCollector::Begin()
 {
     m_Known.clear();
-    for (const auto& [name, creator] : TSingleton<AScenePtrCollectorFactory>::Instance())
+    for (const auto& [name, creator] : TSingleton<AScenePtrCollectorFactory>::Instance().GetCreators())
         m_Collectors.insert_or_assign(name, std::shared_ptr<AScenePtrCollector>(creator->Create()));
 }
 

@@ -129,14 +129,8 @@ private:
     /// class is used up.
     std::shared_ptr<T> Create(std::wstring& className)
     {
-        // Objects of one class follow each other, so the last class is remembered.
-        if (!m_Creator || className != m_CreatorName) {
-            m_Creator.reset();
-            auto creator = TSingleton<AClassFactory>::Instance().FindCreator(className);
-            if (creator) // the name of an unknown class may be as long as a file makes it
-                m_CreatorName = className;
-            m_Creator = std::move(creator);
-        }
+        if (!m_Creator || className != m_CreatorName)
+            ChangeCreator(className);
         std::unique_ptr<AObject> created(m_Creator ? m_Creator->Create() : nullptr);
         if (!created)
             SceneReports::Fail(SceneReports::ObjectNotCreated, std::move(className));
@@ -147,6 +141,21 @@ private:
         }
         static_cast<void>(created.release());
         return m_ControlBlocks.Share(std::unique_ptr<T>(typed));
+    }
+
+    /// Finds the creator of a class that is not the last one; null if there is none. Objects of one class follow each
+    /// other, or those of two take turns, so the last two classes are remembered.
+    void ChangeCreator(const std::wstring& className)
+    {
+        m_Creator.swap(m_FormerCreator);
+        m_CreatorName.swap(m_FormerCreatorName);
+        if (m_Creator && className == m_CreatorName)
+            return;
+        m_Creator.reset();
+        auto creator = TSingleton<AClassFactory>::Instance().FindCreator(className);
+        if (creator) // the name of an unknown class may be as long as a file makes it
+            m_CreatorName = className;
+        m_Creator = std::move(creator);
     }
 
     /// The checked cast of a new object. Within all objects of one class `T` lies at the same distance.
@@ -187,6 +196,8 @@ private:
     // Loading: the last class that was met, its name and creator, its type and where `T` lies in its objects.
     std::wstring m_CreatorName;
     std::shared_ptr<TObjectCreatorBase<AObject>> m_Creator;
+    std::wstring m_FormerCreatorName; // of the class before the last one
+    std::shared_ptr<TObjectCreatorBase<AObject>> m_FormerCreator;
     const std::type_info* m_CreatedType = nullptr;
     std::ptrdiff_t m_CastDistance = 0;
 

@@ -14,7 +14,10 @@ namespace Kelvra {
 ///
 /// - Ownership: keeps a share of everything it has loaded, until it is destroyed or told to forget it. A copy
 ///   shares the same objects.
-/// - Errors: a loader that fails returns an empty pointer, which is kept like any result.
+/// - Threads: files may be loaded and forgotten from several threads at once, so that OnLoadFile may run on several; a
+///   name that several threads load at the same time gives all of them one object. Name, title and filter are set
+///   before the service is registered.
+/// - Errors: a loader that fails returns a null pointer, which is kept like any result.
 class KELVRA_API AMeshFileService
 {
 public:
@@ -33,14 +36,14 @@ public:
     [[nodiscard]] const std::wstring& GetFileFilter() const noexcept { return m_szFileFilter; }
     void SetFileFilter(const std::wstring& filter) { m_szFileFilter = filter; }
 
-    /// Loads a file, or returns what was loaded under exactly that name before, an empty pointer included.
+    /// Loads a file, or returns what was loaded under exactly that name before, a null pointer included.
     std::shared_ptr<AEntity> LoadFile(const std::wstring& fileName);
     /// Releases what was loaded under that name: the next LoadFile reads the file again.
     void ForgetFile(const std::wstring& fileName);
 
 private:
     /// Reads the file.
-    /// \returns what it holds, or an empty pointer where it cannot be read.
+    /// \returns what it holds, or a null pointer if it cannot be read.
     virtual std::shared_ptr<AEntity> OnLoadFile(const std::wstring& fileName) = 0;
 
     std::wstring m_szName;

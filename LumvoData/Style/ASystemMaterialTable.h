@@ -17,7 +17,8 @@ namespace Kelvra {
 ///
 /// - Ownership: shares its materials with whoever fetched them; changing one changes the entry. A copy of the
 ///   table shares the same materials.
-/// - Threads: nothing is locked; make the first Instance() call and every AddMaterial from one thread.
+/// - Threads: may be read from several threads at once. Nothing is locked: AddMaterial, and changing a material of the
+///   table, need that no other thread uses the table or a material that came from it.
 class KELVRA_API ASystemMaterialTable
 {
 public:

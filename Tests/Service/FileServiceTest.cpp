@@ -32,10 +32,13 @@ public:
     explicit TestService(const std::wstring& name = L"") { this->SetName(name); }
 
     std::vector<std::wstring> m_Files;
+    int m_Depth = 0;
 
 private:
     std::shared_ptr<typename Kind::Base> OnLoadFile(const std::wstring& fileName) override
     {
+        if (fileName == L"self") // refers to itself, which is loaded as nothing
+            return ++m_Depth == 1 && !this->LoadFile(fileName) ? std::make_shared<typename Kind::Loaded>() : nullptr;
         m_Files.push_back(fileName);
         return fileName.rfind(L"bad", 0) == 0 ? nullptr : std::make_shared<typename Kind::Loaded>();
     }
@@ -58,6 +61,9 @@ TYPED_TEST(FileServices, ReadEachNameOnce)
     EXPECT_EQ(service.LoadFile(L"bad"), nullptr); // failures are not tried again
     service.ForgetFile(L"bad");
     EXPECT_EQ(service.LoadFile(L"bad"), nullptr);
+    const auto self = service.LoadFile(L"self");
+    EXPECT_NE(self, nullptr);
+    EXPECT_EQ(service.LoadFile(L"self"), self);
     EXPECT_EQ(service.m_Files, (std::vector<std::wstring>{L"a.obj", L"./a.obj", L"bad", L"bad"}));
 }
 
@@ -82,6 +88,10 @@ TYPED_TEST(FileServices, OutliveTheirRegistration)
     const auto first = std::make_shared<TestService<TypeParam>>(L"obj");
     EXPECT_TRUE(manager.AddObject(first));
     EXPECT_FALSE(manager.AddObject(std::make_shared<TestService<TypeParam>>(L"obj")));
+    int reports = 0;
+    const KvAssertScope counting([&](const KvReport&) { ++reports; });
+    EXPECT_FALSE(manager.AddObject(nullptr));
+    EXPECT_EQ(reports, 1);
     first->SetName(L"renamed"); // does not move its registration
     EXPECT_EQ(manager.GetObject(L"renamed"), nullptr);
     const auto fetched = manager.GetObject(L"obj");

@@ -11,6 +11,10 @@ class AOStreamXML;
 /// The root of all storable classes: a class identity and an XML form, which is empty here.
 ///
 /// The order in which the virtual operations are declared is part of the binary interface.
+///
+/// - Threads: the objects of one scene are changed by one thread at a time, and read and stored by several while none
+///   changes them. Different scenes have nothing to do with each other. The last share of an object may be released on
+///   any thread.
 class KELVRADATA_API AObject
 {
 public:

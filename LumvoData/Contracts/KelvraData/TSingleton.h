@@ -10,8 +10,7 @@ namespace Kelvra {
 template <class T> class TSingleton
 {
 public:
-    /// The one instance, made on the first call and destroyed when its library is unloaded. Nothing is
-    /// locked: make the first call from one thread.
+    /// The one instance, made on the first call, on whichever thread, and destroyed when its library is unloaded.
     static T& Instance()
     {
         static T s_Instance;
