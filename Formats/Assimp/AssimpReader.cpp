@@ -386,17 +386,43 @@ private:
     std::map<std::string, std::shared_ptr<ATexture>> m_Textures;
 };
 
-/// Files that a model names are opened only where they are files: a pipe would be waited for without end.
-class RegularFiles : public Assimp::DefaultIOSystem
+/// Opens the model's file, and others in its folder or below it. A pipe would be waited for without end.
+class ModelFiles : public Assimp::DefaultIOSystem
 {
 public:
+    explicit ModelFiles(Import& job) : m_Job(job) {}
+
+    bool Exists(const char* file) const override { return !Find(file).empty(); }
     Assimp::IOStream* Open(const char* file, const char* mode) override
     {
+        const std::filesystem::path found = Find(file);
         std::error_code error;
-        return std::filesystem::is_regular_file(std::filesystem::u8path(file), error)
-                   ? Assimp::DefaultIOSystem::Open(file, mode)
+        return std::filesystem::is_regular_file(found, error)
+                   ? Assimp::DefaultIOSystem::Open(found.u8string().c_str(), mode)
                    : nullptr;
     }
+
+private:
+    /// Empty for what is not there or not to be opened.
+    [[nodiscard]] std::filesystem::path Find(const char* file) const
+    {
+        const std::filesystem::path wanted = std::filesystem::u8path(file);
+        if (wanted == m_Job.GetPath())
+            return wanted;
+        const std::filesystem::path name = wanted.lexically_relative(m_Job.GetPath().parent_path());
+        try {
+            return m_Job.FindCompanion(name);
+        } catch (const FormatError&) {
+            std::error_code error;
+            const std::filesystem::path outside = name.lexically_normal();
+            if (std::filesystem::is_regular_file(wanted, error) && m_Outside.insert(outside).second)
+                m_Job.Lose("files that are not in the folder or below it: " + Quote(outside.u8string()));
+            return {};
+        }
+    }
+
+    Import& m_Job;
+    mutable std::set<std::filesystem::path> m_Outside; // what the model names elsewhere
 };
 
 class Progress : public Assimp::ProgressHandler
@@ -420,12 +446,12 @@ private:
 std::shared_ptr<ASceneNode> Read(Import& job, std::size_t wanted)
 {
     Assimp::Importer importer;
-    importer.SetIOHandler(new RegularFiles);        // owned by the importer
+    importer.SetIOHandler(new ModelFiles(job));     // owned by the importer
     importer.SetProgressHandler(new Progress(job)); // owned by the importer
     const aiScene* const scene = importer.ReadFile(
         job.GetPath().u8string(), aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_ValidateDataStructure);
     if (scene == nullptr)
-        throw FormatError({}, importer.GetErrorString());
+        throw FormatError({}, Printable(importer.GetErrorString()));
     const int used = importer.GetPropertyInteger("importerIndex", -1);
     if (used != static_cast<int>(wanted)) {
         const auto nameOf = [&](std::size_t index) {

@@ -120,7 +120,7 @@ std::uint64_t BinaryPart::GetSize() const noexcept
     return size;
 }
 
-void BinaryPart::AppendTo(JsonText& document) const
+void BinaryPart::AppendTo(OutputStream& document) const
 {
     m_Accessors.AppendTo(document, "accessors");
     JsonArray views;

@@ -28,7 +28,7 @@ public:
 
     [[nodiscard]] std::uint64_t GetSize() const noexcept;
     /// Accessors and buffer views, as members of the document.
-    void AppendTo(JsonText& document) const;
+    void AppendTo(OutputStream& document) const;
     void WriteTo(OutputStream& stream, Export& job) const;
 
     /// How much the length of a normal may differ from 1; others are made unit length, and those without length

@@ -82,17 +82,15 @@ void Buffers::Locate(std::uint32_t index, Buffer& buffer)
     } else {
         const std::string& text = uri->AsText();
         const std::string name = DecodePercent(text);
-        const std::filesystem::path relative = std::filesystem::u8path(name).lexically_normal();
-        if (name.find('\0') != std::string::npos || HasScheme(text) || HasScheme(name) || relative.empty() ||
-            relative.has_root_path() || *relative.begin() == "..")
+        if (HasScheme(text) || HasScheme(name))
             uri->Fail("does not lead to a file in the folder: " + Quote(name));
-        buffer.path = m_Job.GetPath().parent_path() / relative;
         try {
+            buffer.path = m_Job.FindCompanion(std::filesystem::u8path(name));
             present = OpenBeside(*buffer.path).GetSize();
         } catch (const FormatError& error) {
             uri->Fail("the file " + Quote(name) + " " + error.GetProblem());
         }
-        if (m_Known.insert(relative).second)
+        if (m_Known.insert(*buffer.path).second)
             m_Job.CountFile(present);
     }
     if (present < buffer.length)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Formats/Support/ExportService.h>
+
 #include <charconv>
 #include <cstdint>
 #include <iterator>
@@ -59,10 +61,13 @@ public:
     }
     [[nodiscard]] std::uint32_t GetCount() const noexcept { return m_Count; }
     /// A further member of the document that holds the array, which must not be there when it is empty.
-    void AppendTo(JsonText& document, const char* name) const
+    void AppendTo(OutputStream& document, const char* name) const
     {
-        if (m_Count > 0)
-            document << ",\n\"" << name << "\":[" << std::string_view(m_Elements.Get()) << "]";
+        if (m_Count == 0)
+            return;
+        document.Write(",\n\"" + std::string(name) + "\":[");
+        document.Write(m_Elements.Get());
+        document.Write("]");
     }
 
 private:

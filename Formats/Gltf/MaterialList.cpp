@@ -130,7 +130,7 @@ void MaterialList::CountLosses(const AMaterial& material)
         m_Job.Lose("reflection textures");
 }
 
-void MaterialList::AppendTo(JsonText& document) const
+void MaterialList::AppendTo(OutputStream& document) const
 {
     m_Materials.AppendTo(document, "materials");
     m_Textures.AppendTo(document, "textures");

@@ -25,7 +25,7 @@ public:
     /// The index of the material for a style, which is the same for styles that share a material of ours.
     /// \param placed whether what it is for has texture coordinates: without them a texture is not allowed.
     [[nodiscard]] std::uint32_t Add(const Kelvra::ANodeStyle& style, bool placed);
-    void AppendTo(JsonText& document) const;
+    void AppendTo(OutputStream& document) const;
 
 private:
     void AddSurface(const Kelvra::AMaterial& material, bool transparent, bool textured);

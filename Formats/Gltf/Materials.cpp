@@ -193,6 +193,8 @@ std::wstring Materials::FileNameOf(std::uint32_t image)
             fileName = Keep(image, data->mediaType, data->bytes);
         } else {
             fileName = KvText::FromUtf8(HasScheme(text) ? text : DecodePercent(text));
+            if (fileName->find(L'\0') != std::wstring::npos)
+                uri->Fail("holds a zero character, which no file name can: " + Quote(text));
         }
     } else {
         const Buffers::View view = m_Buffers.GetView(value.At("bufferView"));

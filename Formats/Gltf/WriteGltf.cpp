@@ -17,6 +17,7 @@
 #include <LumvoData/Scene/ATopoSceneNode.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <deque>
@@ -133,56 +134,83 @@ private:
     std::unordered_map<const ASubPolygon*, std::shared_ptr<ASubMesh>> m_OfPolygons;
 };
 
-/// The document of a scene, and its numbers.
+/// Counts what is written.
+class Counter : public OutputStream
+{
+public:
+    void Write(const void* /*data*/, std::size_t count) override { m_Size += count; }
+    using OutputStream::Write;
+    [[nodiscard]] std::uint64_t GetSize() const noexcept { return m_Size; }
+
+private:
+    std::uint64_t m_Size = 0;
+};
+
+/// The document of a scene, and its numbers. The text of its nodes, of which a scene that shares them can have very
+/// many, is made when it is written.
 class Document
 {
 public:
     explicit Document(Export& job) : m_Job(job), m_Materials(job), m_Pieces(job, m_Places)
     {
         CountNodes();
-        for (const std::shared_ptr<ASceneNode>& root : job.GetRoots())
-            if (root)
-                Append({root.get(), nullptr, nullptr});
-        m_RootCount = m_Ahead.size();
-        // Nodes are numbered in the order in which they are met, so that a node's children follow one another.
-        for (; !m_Ahead.empty(); m_Ahead.pop_front())
-            WriteNode(m_Ahead.front());
+        m_RootCount = job.GetRoots().size() -
+                      static_cast<std::uint64_t>(std::count(job.GetRoots().begin(), job.GetRoots().end(), nullptr));
+        ForEachNode([this](const NodeInFile& at) { AddNode(at); });
     }
 
     [[nodiscard]] const BinaryPart& GetBinary() const noexcept { return m_Binary; }
 
-    /// The JSON text.
+    /// Writes the JSON text.
     /// \param uri where the binary part is; empty for the same file.
-    [[nodiscard]] std::string GetText(const std::string& uri) const
+    void WriteTo(OutputStream& stream, const std::string& uri) const
     {
-        JsonText text;
-        text << R"({"asset":{"version":"2.0","generator":"LumvoData"})";
+        stream.Write(R"({"asset":{"version":"2.0","generator":"LumvoData"})");
         if (m_Hidden)
-            text << ",\n\"extensionsUsed\":[\"KHR_node_visibility\"]";
-        text << ",\n\"scene\":0,\n\"scenes\":[{";
+            stream.Write(",\n\"extensionsUsed\":[\"KHR_node_visibility\"]");
+        JsonText scene;
+        scene << ",\n\"scene\":0,\n\"scenes\":[{";
         if (m_RootCount > 0)
-            AppendRange(text, "nodes", 0, m_RootCount);
-        text << "}]";
-        m_Nodes.AppendTo(text, "nodes");
-        m_Meshes.AppendTo(text, "meshes");
-        m_Materials.AppendTo(text);
-        m_Binary.AppendTo(text);
-        if (m_Binary.GetSize() > 0) {
-            text << ",\n\"buffers\":[{\"byteLength\":" << m_Binary.GetSize();
-            if (!uri.empty())
-                (text << ",\"uri\":").Quoted(uri);
-            text << "}]";
+            AppendRange(scene, "nodes", 0, m_RootCount);
+        stream.Write((scene << "}]").Get());
+        if (m_NodeCount > 0) {
+            const char* before = ",\n\"nodes\":[\n";
+            ForEachNode([&](const NodeInFile& at) {
+                stream.Write(std::exchange(before, ",\n"));
+                stream.Write(TextOf(at));
+            });
+            stream.Write("]");
         }
-        text << "}\n";
-        return text.Get();
+        m_Meshes.AppendTo(stream, "meshes");
+        m_Materials.AppendTo(stream);
+        m_Binary.AppendTo(stream);
+        JsonText buffers;
+        if (m_Binary.GetSize() > 0) {
+            buffers << ",\n\"buffers\":[{\"byteLength\":" << m_Binary.GetSize();
+            if (!uri.empty())
+                (buffers << ",\"uri\":").Quoted(uri);
+            buffers << "}]";
+        }
+        stream.Write((buffers << "}\n").Get());
     }
 
 private:
+    using MeshKey = std::tuple<std::vector<AEntity*>, const ANodeStyle*, const ANodeStyle*>;
+
     struct Ahead
     {
         const ASceneNode* node;
         const ANodeStyle* faceStyle; // of whatever holds the node
         const ANodeStyle* lineStyle;
+    };
+    /// A node with the styles that it has or inherits, and the numbers of its children.
+    struct NodeInFile
+    {
+        const ASceneNode* node;
+        const ANodeStyle* faceStyle;
+        const ANodeStyle* lineStyle;
+        std::uint64_t firstChild;
+        std::uint64_t endOfChildren;
     };
 
     /// Counts the nodes before any is kept: depth first, which takes little memory however many they are.
@@ -211,60 +239,82 @@ private:
         text << "]";
     }
 
-    void Append(const Ahead& ahead)
+    /// Nodes are numbered in the order in which they are met, so that a node's children follow one another.
+    template <class Visit> void ForEachNode(Visit visit) const
     {
-        if (!m_Met.insert(ahead.node).second)
+        std::deque<Ahead> ahead;
+        std::uint64_t numbered = 0; // that are ahead or done
+        const auto add = [&](const std::shared_ptr<ASceneNode>& node, const Ahead& above) {
+            if (!node)
+                return;
+            ahead.push_back({node.get(), above.faceStyle, above.lineStyle});
+            ++numbered;
+        };
+        for (const std::shared_ptr<ASceneNode>& root : m_Job.GetRoots())
+            add(root, {});
+        for (; !ahead.empty(); ahead.pop_front()) {
+            Ahead at = ahead.front();
+            if (at.node->GetStyle(StyleFace))
+                at.faceStyle = at.node->GetStyle(StyleFace).get();
+            if (at.node->GetStyle(StyleEdge))
+                at.lineStyle = at.node->GetStyle(StyleEdge).get();
+            const std::uint64_t first = numbered;
+            if (const auto* const group = dynamic_cast<const AGroupSceneNode*>(at.node))
+                for (const std::shared_ptr<ASceneNode>& child : group->GetChildNodes())
+                    add(child, at);
+            visit(NodeInFile{at.node, at.faceStyle, at.lineStyle, first, numbered});
+        }
+    }
+
+    /// Checks a node and adds what it shows.
+    void AddNode(const NodeInFile& at)
+    {
+        m_Place = "nodes[" + std::to_string(m_NodeCount++) + "]";
+        if (!m_Met.insert(at.node).second)
             m_Job.Lose("further uses of shared nodes, written as copies");
-        m_Ahead.push_back(ahead);
-        ++m_Numbered;
-    }
-
-    void WriteNode(Ahead at)
-    {
-        const ASceneNode& node = *at.node;
-        if (node.GetStyle(StyleFace))
-            at.faceStyle = node.GetStyle(StyleFace).get();
-        if (node.GetStyle(StyleEdge))
-            at.lineStyle = node.GetStyle(StyleEdge).get();
-        if (node.GetId() != -1)
+        if (at.node->GetId() != -1)
             m_Job.Lose("ids of nodes");
+        CheckTransform(at.node->GetTransform());
+        m_Hidden = m_Hidden || !at.node->IsVisible();
 
-        m_Place = "nodes[" + std::to_string(m_Nodes.GetCount()) + "]";
-        std::vector<JsonText> members;
-        if (node.GetTransform() != AMath::Matrix4::IDENTITY)
-            WriteTransform(members.emplace_back(), node.GetTransform());
-        if (const std::optional<std::uint32_t> mesh = MeshOf(at))
-            members.emplace_back() << "\"mesh\":" << *mesh;
-        if (const auto* const group = dynamic_cast<const AGroupSceneNode*>(&node)) {
-            const std::uint64_t first = m_Numbered;
-            for (const std::shared_ptr<ASceneNode>& child : group->GetChildNodes())
-                if (child)
-                    Append({child.get(), at.faceStyle, at.lineStyle});
-            if (m_Numbered > first)
-                AppendRange(members.emplace_back(), "children", first, m_Numbered);
+        const std::vector<AEntity*> entities = EntitiesOf(*at.node);
+        const auto [mesh, first] = m_MeshIndices.emplace(MeshKey(entities, at.faceStyle, at.lineStyle), std::nullopt);
+        if (!first)
+            return;
+        m_Pieces.Collect(entities);
+        if (!m_Pieces.GetMeshes().empty() || !m_Pieces.GetEdges().empty()) {
+            mesh->second = m_Meshes.GetCount();
+            WriteMesh(at);
         }
-        if (!node.IsVisible()) {
-            m_Hidden = true;
-            members.emplace_back() << R"("extensions":{"KHR_node_visibility":{"visible":false}})";
-        }
-
-        JsonText& text = m_Nodes.Add();
-        const char* before = "{";
-        for (const JsonText& member : members) {
-            text << before << std::string_view(member.Get());
-            before = ",";
-        }
-        text << (members.empty() ? "{}" : "}");
     }
 
-    void WriteTransform(JsonText& text, const AMath::Matrix4& m)
+    [[nodiscard]] std::string TextOf(const NodeInFile& at) const
     {
-        std::vector<double> elements;
-        for (std::size_t k = 0; k < 16; ++k) {
+        JsonText text;
+        const char* before = "{";
+        const auto begin = [&](const char* name) -> JsonText& { return text << std::exchange(before, ",") << name; };
+        if (at.node->GetTransform() != AMath::Matrix4::IDENTITY) {
+            std::array<double, 16> elements;
+            for (std::size_t k = 0; k < elements.size(); ++k)
+                elements[k] = at.node->GetTransform()[k];
+            begin("\"matrix\":").Array(elements);
+        }
+        const auto mesh = m_MeshIndices.find(MeshKey(EntitiesOf(*at.node), at.faceStyle, at.lineStyle));
+        if (mesh->second)
+            begin("\"mesh\":") << *mesh->second;
+        if (at.endOfChildren > at.firstChild)
+            AppendRange(begin(""), "children", at.firstChild, at.endOfChildren);
+        if (!at.node->IsVisible())
+            begin(R"("extensions":{"KHR_node_visibility":{"visible":false}})");
+        text << (*before == '{' ? "{}" : "}");
+        return text.Get();
+    }
+
+    void CheckTransform(const AMath::Matrix4& m)
+    {
+        for (std::size_t k = 0; k < 16; ++k)
             if (!std::isfinite(ToFloat(m[k])))
                 throw FormatError(m_Place, "the transform has a number that is not finite or that no float can hold");
-            elements.push_back(m[k]);
-        }
         if (m[3] != 0 || m[7] != 0 || m[11] != 0 || m[15] != 1)
             throw FormatError(m_Place, "the transform has a perspective part, which glTF cannot hold");
         const AMath::Vector3 axes[] = {{m[0], m[1], m[2]}, {m[4], m[5], m[6]}, {m[8], m[9], m[10]}};
@@ -273,32 +323,18 @@ private:
         };
         if (sheared(axes[0], axes[1]) || sheared(axes[1], axes[2]) || sheared(axes[2], axes[0]))
             m_Job.Lose("transforms with shear, which glTF does not promise to keep");
-        (text << "\"matrix\":").Array(elements);
     }
 
-    /// The index of the mesh that a node shows; nothing where there is nothing to show.
-    std::optional<std::uint32_t> MeshOf(const Ahead& at)
+    static std::vector<AEntity*> EntitiesOf(const ASceneNode& node)
     {
-        std::vector<AEntity*> entities;
-        if (const auto* const single = dynamic_cast<const AEntitySceneNode*>(at.node))
-            entities = {single->GetEntity().get()};
-        else if (const auto* const body = dynamic_cast<const ATopoSceneNode*>(at.node))
-            entities = {body->GetFaces().get(), body->GetEdges().get()};
-        else
-            return std::nullopt;
-        const auto [mesh, first] =
-            m_MeshIndices.emplace(std::tuple(entities, at.faceStyle, at.lineStyle), std::nullopt);
-        if (first) {
-            m_Pieces.Collect(entities);
-            if (!m_Pieces.GetMeshes().empty() || !m_Pieces.GetEdges().empty()) {
-                mesh->second = m_Meshes.GetCount();
-                WriteMesh(at);
-            }
-        }
-        return mesh->second;
+        if (const auto* const single = dynamic_cast<const AEntitySceneNode*>(&node))
+            return {single->GetEntity().get()};
+        if (const auto* const body = dynamic_cast<const ATopoSceneNode*>(&node))
+            return {body->GetFaces().get(), body->GetEdges().get()};
+        return {};
     }
 
-    void WriteMesh(const Ahead& at)
+    void WriteMesh(const NodeInFile& at)
     {
         JsonText& text = m_Meshes.Add();
         const char* before = "{\"primitives\":[";
@@ -401,16 +437,13 @@ private:
     MaterialList m_Materials;
     BinaryPart m_Binary;
     Pieces m_Pieces;
-    JsonArray m_Nodes;
     JsonArray m_Meshes;
-    std::deque<Ahead> m_Ahead;
-    std::uint64_t m_Numbered = 0; // nodes that are ahead or written
+    std::uint64_t m_NodeCount = 0;
     std::uint64_t m_RootCount = 0;
     std::string m_Place; // of the node that is being written, in the new file
     bool m_Hidden = false;
     std::unordered_set<const ASceneNode*> m_Met;
-    std::map<std::tuple<std::vector<AEntity*>, const ANodeStyle*, const ANodeStyle*>, std::optional<std::uint32_t>>
-        m_MeshIndices;
+    std::map<MeshKey, std::optional<std::uint32_t>> m_MeshIndices; // none where there is nothing to show
     std::unordered_map<const ASubEntity*, std::string> m_Primitives;
 };
 
@@ -429,12 +462,14 @@ std::uint64_t Padding(std::uint64_t size)
 void WriteGlb(Export& job)
 {
     const Document document(job);
-    std::string text = document.GetText({});
-    text.append(static_cast<std::size_t>(Padding(text.size())), ' ');
+    Counter text;
+    document.WriteTo(text, {});
+    const std::uint64_t textPadding = Padding(text.GetSize());
+    const std::uint64_t textChunk = text.GetSize() + textPadding;
     const std::uint64_t binary = document.GetBinary().GetSize();
     const std::uint64_t padding = Padding(binary);
     const std::uint64_t binaryChunk = binary > 0 ? s_ChunkHeaderSize + binary + padding : 0;
-    const std::uint64_t size = s_HeaderSize + s_ChunkHeaderSize + text.size() + binaryChunk;
+    const std::uint64_t size = s_HeaderSize + s_ChunkHeaderSize + textChunk + binaryChunk;
     if (size > std::numeric_limits<std::uint32_t>::max())
         throw FormatError({}, "the file would have " + std::to_string(size) + " bytes, a GLB has at most 4294967295");
 
@@ -442,9 +477,10 @@ void WriteGlb(Export& job)
     stream.Write("glTF");
     WriteNumber(stream, 2);
     WriteNumber(stream, size);
-    WriteNumber(stream, text.size());
+    WriteNumber(stream, textChunk);
     stream.Write("JSON");
-    stream.Write(text);
+    document.WriteTo(stream, {});
+    stream.Write(std::string_view("   ", static_cast<std::size_t>(textPadding)));
     if (binary > 0) {
         WriteNumber(stream, binary + padding);
         stream.Write(std::string_view("BIN\0", 4));
@@ -458,7 +494,7 @@ void WriteGltf(Export& job)
     const Document document(job);
     std::filesystem::path numbers = job.GetPath();
     numbers.replace_extension(".bin");
-    job.Open(job.GetPath()).Write(document.GetText(EncodePercent(numbers.filename().u8string())));
+    document.WriteTo(job.Open(job.GetPath()), EncodePercent(numbers.filename().u8string()));
     if (document.GetBinary().GetSize() > 0)
         document.GetBinary().WriteTo(job.Open(numbers), job);
 }

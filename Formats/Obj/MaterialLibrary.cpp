@@ -18,6 +18,7 @@ using AMath::ColourValue;
 // What things take in memory.
 constexpr std::uint64_t s_StylesSize = 1024;
 constexpr std::uint64_t s_TextureSize = 512;
+constexpr std::uint64_t s_NameSize = 128;
 
 /// A material while its statements are read, with what it has where it says nothing.
 struct Material
@@ -204,24 +205,27 @@ const Styles* MaterialLibrary::Find(const std::string& name) const
 
 bool MaterialLibrary::LoadFile(std::string_view name)
 {
+    const auto [known, fresh] = m_Names.emplace(name, false);
+    if (!fresh)
+        return known->second;
+    m_Job.Spend(s_NameSize + name.size());
     std::wstring wide = WideName(name);
     std::replace(wide.begin(), wide.end(), L'\\', L'/');
-    const std::filesystem::path relative = KvText::ToPath(wide).lexically_normal();
-    if (relative.empty() || relative.has_root_path() || *relative.begin() == "..")
-        return false;
-    const std::filesystem::path file = (m_Job.GetPath().parent_path() / relative).lexically_normal();
-    if (m_Files.count(file) != 0)
-        return true;
     std::unique_ptr<InputFile> input;
     try {
-        input = std::make_unique<InputFile>(file);
+        const std::filesystem::path file = m_Job.FindCompanion(KvText::ToPath(wide));
+        if (m_Files.count(file) == 0)
+            input = std::make_unique<InputFile>(file);
+        m_Files.insert(file);
     } catch (const FormatError&) {
         return false;
     }
-    m_Files.insert(file);
-    m_Job.CountFile(input->GetSize());
-    if (input->GetSize() > 0)
-        Read(*input, KvText::ToUtf8(wide));
+    known->second = true;
+    if (input) {
+        m_Job.CountFile(input->GetSize());
+        if (input->GetSize() > 0)
+            Read(*input, KvText::ToUtf8(wide));
+    }
     return true;
 }
 
@@ -282,6 +286,10 @@ std::shared_ptr<ATexture> MaterialLibrary::TextureOf(std::string_view fileName)
     if (fileName.empty())
         return nullptr;
     std::wstring wide = WideName(fileName);
+    if (wide.find(L'\0') != std::wstring::npos) {
+        m_Job.Lose("textures whose file name holds a zero character");
+        return nullptr;
+    }
     std::replace(wide.begin(), wide.end(), L'\\', L'/');
     std::shared_ptr<ATexture>& texture = m_Textures[wide];
     if (!texture) {

@@ -7,6 +7,7 @@
 #include <LumvoData/Style/ATexture.h>
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -40,8 +41,9 @@ private:
     [[nodiscard]] std::shared_ptr<Kelvra::ATexture> TextureOf(std::string_view fileName);
 
     Import& m_Job;
-    std::set<std::filesystem::path> m_Files;
-    std::map<std::string, Styles> m_Styles; // of two materials with one name the first
+    std::map<std::string, bool, std::less<>> m_Names; // of all statements, and whether there is a file
+    std::set<std::filesystem::path> m_Files;          // without links: one may have several names
+    std::map<std::string, Styles> m_Styles;           // of two materials with one name the first
     std::map<std::wstring, std::shared_ptr<Kelvra::ATexture>> m_Textures;
 };
 } // namespace Formats::Obj

@@ -157,6 +157,8 @@ public:
                 WritePolygon(placed);
             m_Out.Write(std::exchange(m_Text, {}));
         });
+        if (m_Nodes == 0)
+            m_Out.Write("# a scene without geometry\n"); // an empty file is not an OBJ file
         m_Job.Progress(m_Total, m_Total);
         if (leftOut.texts > 0)
             m_Job.Lose("texts", leftOut.texts);

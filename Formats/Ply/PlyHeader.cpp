@@ -107,10 +107,10 @@ private:
         if (error != std::errc() || end != count.data() + count.size())
             throw Wrong("a count of rows should stand where " + Quote(std::string(count)) + " does");
         EndWords();
-        if (m_Header.Find(element.name) != nullptr)
+        if (!m_Elements.insert(element.name).second)
             throw Wrong("there are two elements " + Quote(element.name));
         m_Header.elements.push_back(std::move(element));
-        m_Names.clear();
+        m_Properties.clear();
     }
 
     void ReadProperty()
@@ -130,7 +130,7 @@ private:
         property.type = ReadType(word);
         property.name = ReadName();
         EndWords();
-        if (!m_Names.insert(property.name).second)
+        if (!m_Properties.insert(property.name).second)
             throw Wrong("the element has two properties " + Quote(property.name));
         m_Header.elements.back().properties.push_back(std::move(property));
     }
@@ -183,7 +183,8 @@ private:
     std::string_view m_Text;
     Words m_Words;
     PlyHeader m_Header;
-    std::set<std::string> m_Names; // of the last element's properties
+    std::set<std::string> m_Elements;   // names
+    std::set<std::string> m_Properties; // of the last element
 };
 
 /// Compares what a header promises with the bytes behind it.

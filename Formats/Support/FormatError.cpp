@@ -2,9 +2,18 @@
 
 #include <LumvoData/Contracts/KelvraService/KvText.h>
 
+#include <string_view>
 #include <utility>
 
 namespace Formats {
+namespace {
+
+std::string Shortened(std::string_view bytes, std::size_t mostCharacters)
+{
+    // A character takes at most four bytes: what lies behind would not be shown.
+    return Kelvra::KvText::Printable(Kelvra::KvText::FromUtf8(bytes.substr(0, 16 * mostCharacters)), mostCharacters);
+}
+} // namespace
 
 FormatError::FormatError(std::string place, std::string problem)
     : m_Place(std::move(place)), m_Problem(std::move(problem))
@@ -24,11 +33,13 @@ std::string AtLine(std::uint64_t line)
     return "line " + std::to_string(line);
 }
 
+std::string Printable(const std::string& text)
+{
+    return Shortened(text, 1000);
+}
+
 std::string Quote(const std::string& utf8)
 {
-    static constexpr std::size_t s_MostCharacters = 60;
-    // A character takes at most four bytes: what lies behind would not be shown.
-    const std::wstring text = Kelvra::KvText::FromUtf8(std::string_view(utf8).substr(0, 16 * s_MostCharacters));
-    return '"' + Kelvra::KvText::Printable(text, s_MostCharacters) + '"';
+    return '"' + Shortened(utf8, 60) + '"';
 }
 } // namespace Formats

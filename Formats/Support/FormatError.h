@@ -31,6 +31,8 @@ private:
 
 [[nodiscard]] FORMATS_API std::string AtByte(std::uint64_t offset); ///< "byte 84"
 [[nodiscard]] FORMATS_API std::string AtLine(std::uint64_t line);   ///< "line 12", counted from 1
+/// A text of whatever bytes, such as a message of another library: in UTF-8, shortened, safe for a terminal.
+[[nodiscard]] FORMATS_API std::string Printable(const std::string& text);
 /// A text from a file in quotes, shortened, safe for a terminal, for messages that repeat it.
 [[nodiscard]] FORMATS_API std::string Quote(const std::string& utf8);
 } // namespace Formats

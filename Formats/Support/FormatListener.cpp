@@ -12,7 +12,7 @@ constexpr const char* s_Source = "Formats/FormatListener";
 constexpr int s_Failed = 1;
 constexpr int s_Lost = 2;
 
-/// In force while no program listens.
+/// In force in every thread where no program listens.
 class ReportingListener : public FormatListener
 {
     void OnError(const std::filesystem::path& file, const FormatError& error) override
@@ -33,7 +33,7 @@ class ReportingListener : public FormatListener
 FormatListener*& InForce() noexcept
 {
     static ReportingListener reporting;
-    static FormatListener* listener = &reporting;
+    thread_local FormatListener* listener = &reporting;
     return listener;
 }
 } // namespace

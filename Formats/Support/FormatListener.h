@@ -16,7 +16,7 @@ namespace Formats {
 /// say goes to the listener that is in force. Without one, errors and losses are reported through the assertion
 /// service, and images inside files are left where they are.
 ///
-/// - Threads: one listener per process, nothing locked.
+/// - Threads: each has a listener of its own in force, which is called in that thread alone.
 class FORMATS_API FormatListener
 {
 public:
@@ -37,11 +37,11 @@ public:
     /// \returns the file name under which the texture is to refer to it; empty where the image is not kept.
     virtual std::wstring OnImage(const std::filesystem::path& file, const std::wstring& name, std::string_view bytes);
 
-    /// The listener in force, which is one of the library's own while no program has put in its own.
+    /// The listener in force in this thread, which is one of the library's own while no program has put in its own.
     static FormatListener& Current() noexcept;
 };
 
-/// Puts a listener in force for its own lifetime and the former one back at its end.
+/// Puts a listener in force in this thread for its own lifetime, and the former one back at its end.
 class FORMATS_API FormatListenerScope
 {
 public:

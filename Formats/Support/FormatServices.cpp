@@ -39,7 +39,7 @@ auto Run(const Reader& read, const std::wstring& fileName, Finish finish)
     } catch (const std::bad_alloc&) {
         failure = FormatError({}, "not enough memory to load it");
     } catch (const std::exception& error) {
-        failure = FormatError({}, error.what());
+        failure = FormatError({}, Printable(error.what()));
     }
     FormatListener::Current().OnError(file, *failure);
     return nullptr;

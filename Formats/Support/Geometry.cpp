@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <list>
 #include <unordered_set>
 
 namespace Formats {
@@ -89,23 +90,30 @@ public:
     {
         SetFilter(EntityFilterFaces | EntityFilterEdges | EntityFilterTexts);
         const Placed nowhere{AMath::Matrix4::IDENTITY, {}, {}, {}, nullptr, nullptr, nullptr};
-        for (auto root = roots.rbegin(); root != roots.rend(); ++root)
-            if (*root)
-                m_Ahead.push_back({root->get(), nowhere});
-        while (!m_Ahead.empty()) {
-            const Ahead next = m_Ahead.back();
-            m_Ahead.pop_back();
-            Enter(*next.node, next.place);
+        for (const std::shared_ptr<ASceneNode>& root : roots) {
+            if (root)
+                Enter(*root, nowhere);
+            while (!m_Open.empty()) {
+                OpenGroup& group = m_Open.back();
+                if (group.next == group.end)
+                    m_Open.pop_back();
+                else
+                    Enter(**group.next++, group.place);
+            }
         }
     }
 
     [[nodiscard]] const LeftOut& GetLeftOut() const noexcept { return m_LeftOut; }
 
 private:
-    struct Ahead
+    using NodeIterator = std::list<std::shared_ptr<ASceneNode>>::const_iterator;
+
+    /// A group some of whose nodes are still to be walked.
+    struct OpenGroup
     {
-        ASceneNode* node;
-        Placed place; // of whatever holds the node
+        NodeIterator next;
+        NodeIterator end;
+        Placed place;
     };
 
     void Enter(ASceneNode& node, Placed place)
@@ -123,9 +131,7 @@ private:
         if (auto* const style = dynamic_cast<ALineStyle*>(node.GetStyle(StyleEdge).get()))
             place.lineStyle = style;
         if (const auto* const group = dynamic_cast<AGroupSceneNode*>(&node)) {
-            const auto& children = group->GetChildNodes();
-            for (auto child = children.rbegin(); child != children.rend(); ++child)
-                m_Ahead.push_back({child->get(), place});
+            m_Open.push_back({group->GetChildNodes().begin(), group->GetChildNodes().end(), place});
             return;
         }
         m_Place = place;
@@ -187,7 +193,7 @@ private:
     }
 
     const std::function<void(const Placed&)>& m_Visit;
-    std::vector<Ahead> m_Ahead; // the next node last
+    std::vector<OpenGroup> m_Open; // the innermost last
     std::vector<AEntity*> m_Entities;
     Placed m_Place{}; // of the entity that is being walked
     std::uint64_t m_Places = 0;

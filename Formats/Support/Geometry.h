@@ -105,7 +105,8 @@ inline constexpr std::uint64_t MostPlaces = 10'000'000;
 
 /// Cuts a polygon into triangles by clipping ears, in the plane of its area vector (the sum of the cross products of
 /// neighbouring corners), so that concave ones come out whole. A polygon that cannot be clipped, because it
-/// crosses itself or has no area, is cut as a fan.
+/// crosses itself or has no area, is cut as a fan, and so is the rest of one with several hundred thousand corners whose
+/// ears all reach across it. The time is nearly linear.
 /// \param points all points, three floats each.
 /// \param corners indices of the polygon's points, at least three, all inside `points`.
 /// \param triangles receives 3 (n - 2) positions in `corners`, 0 to n - 1.

@@ -31,6 +31,13 @@ public:
     /// some thousand items.
     void Progress(std::uint64_t done) { Progress(done, m_File.GetSize()); }
     void Progress(std::uint64_t done, std::uint64_t total);
+    /// Resolves the name of a companion file, which must be in the folder of this file or below it once all links are
+    /// followed.
+    /// \param name relative to the folder.
+    /// \returns a path without links.
+    ///
+    /// - Errors: FormatError if the name leads elsewhere or holds a zero character, or the file does not exist.
+    [[nodiscard]] std::filesystem::path FindCompanion(const std::filesystem::path& name) const;
     /// A file beside this one, of that size, is a part of the scene too.
     void CountFile(std::uint64_t size) noexcept { m_Size += size; }
     /// Counts bytes of the result, before they are taken, towards the 64 MiB and 32 times the size of the files that

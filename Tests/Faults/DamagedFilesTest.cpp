@@ -1,4 +1,5 @@
 #include <Tests/Faults/Faults.h>
+#include <Tests/Fuzz/NullExport.h>
 #include <Tests/Fuzz/SceneParts.h>
 #include <Tests/Support/SceneFileTest.h>
 #include <Tests/Support/TestRow.h>
@@ -94,8 +95,10 @@ void LoadByService(const std::wstring& format, const std::filesystem::path& file
     const KvAssertScope quiet([](const KvReport&) {});
     const auto service = TSingleton<ASceneFileServiceManager>::Instance().GetObject(format);
     ASSERT_NE(service, nullptr);
-    static_cast<void>(service->LoadFile(KvText::FromPath(file)));
+    const auto scene = service->LoadFile(KvText::FromPath(file));
     service->ForgetFile(KvText::FromPath(file));
+    if (scene != nullptr)
+        Fuzz::WriteNowhere(format, {scene}, file);
 }
 
 struct Reader : TestRow
@@ -210,6 +213,55 @@ TEST_P(DamagedScenes, MayDeclareTooManyOfAnything)
     EXPECT_GT(counts, 2 * AllRecords().size());
 }
 
+class Models : public DamagedFiles
+{
+};
+
+TEST_P(Models, EveryAllocationMayFail)
+{
+    for (const auto& [name, file] : WholeFiles(GetParam().folder))
+        for (const Fault::Kind kind : {Fault::Memory, Fault::NoMemory}) {
+            WriteFile(Bytes(file));
+            bool failed = true;
+            for (std::size_t number = 1; failed; ++number) {
+                Fault fault(kind, number);
+                try {
+                    GetParam().read(m_File);
+                } catch (const std::bad_alloc&) {
+                }
+                failed = fault.Stop();
+            }
+        }
+}
+
+TEST_P(Models, MayNameManyThings)
+{
+    const bool ply = GetParam().folder == "Ply";
+    std::string text = ply ? "ply\nformat ascii 1.0\n" : "";
+    for (int i = 0; i < 50'000; ++i)
+        text += (ply ? "element e" : std::string("mtllib a.mtl\0", 13)) + std::to_string(i) + (ply ? " 0\n" : "\n");
+    WriteFile(Bytes(text + "end_header\n"));
+    WriteFile(Bytes(std::string(300'000, '#')), "a.mtl");
+    ExpectIsRead(64 * s_MiB, 1);
+}
+
+// However often a scene shows one thing, each use takes a few dozen bytes while it is written.
+TEST(ModelWriters, TakeLittleMemoryForWhatIsShared)
+{
+    constexpr std::size_t s_Uses = 140'000;
+    const KvAssertScope quiet([](const KvReport&) {});
+    const auto node = std::make_shared<AEntitySceneNode>();
+    node->SetTransform(AMath::Matrix4(0.1, 0, 0, 0, 0, 0.2, 0, 0, 0, 0, 0.3, 0, 1 / 3.0, 1 / 7.0, 1 / 9.0, 1));
+    const auto group = std::make_shared<AGroupSceneNode>();
+    for (std::size_t i = 0; i < s_Uses; ++i)
+        group->AddChildNode(node);
+    for (const auto& [name, writer] : Formats::ExportServiceManager::Instance()) {
+        const MemoryPeak peak;
+        Fuzz::WriteNowhere(name, {group}, "a");
+        EXPECT_LT(peak.Get(), 60 * s_Uses) << KvText::ToUtf8(name);
+    }
+}
+
 const Reader s_SceneReaders[] = {
     {{"Library"}, "Scene", LoadByLibrary}, {{"Walk"}, "Scene", WalkThrough}, {{"Salvage"}, "Scene", SaveWhatIsThere}};
 /// Loads the modules: a reader for each.
@@ -232,5 +284,6 @@ std::vector<Reader> ModelReaders()
 }
 INSTANTIATE_TEST_SUITE_P(Scenes, DamagedScenes, testing::ValuesIn(s_SceneReaders), RowName<Reader>);
 INSTANTIATE_TEST_SUITE_P(Scenes, DamagedFiles, testing::ValuesIn(s_SceneReaders), RowName<Reader>);
+INSTANTIATE_TEST_SUITE_P(Models, Models, testing::ValuesIn(ModelReaders()), RowName<Reader>);
 INSTANTIATE_TEST_SUITE_P(Models, DamagedFiles, testing::ValuesIn(ModelReaders()), RowName<Reader>);
 } // namespace

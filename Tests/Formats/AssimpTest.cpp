@@ -154,5 +154,26 @@ TEST_F(AssimpTest, ErrorsAreHandedOn)
         EXPECT_EQ(LoadScene(L"assimp-off", name), nullptr) << name;
         EXPECT_EQ(TakeErrors().size(), 1U) << name;
     }
+    PutText("a.dae",
+            "<COLLADA><library_geometries><geometry id='g'><mesh><vertices id='v'>"
+            "<input semantic='POSITION' source='\x1B[31m\xFF'/></vertices></mesh></geometry></library_geometries>"
+            "</COLLADA>");
+    EXPECT_EQ(LoadScene(L"assimp-collada", "a.dae"), nullptr);
+    EXPECT_THAT(TakeErrors(), ElementsAre(testing::HasSubstr("\"\\x001B[31m\xEF\xBF\xBD\""))) << "Assimp's own words";
+}
+
+// Assimp opens no file that its model names outside the model's folder.
+TEST_F(AssimpTest, FilesOutsideTheFolderAreNotOpened)
+{
+    std::filesystem::create_directory(PathOf("sub"));
+    for (const char* const name : {"sub/in.off", "out.off"})
+        PutText(name, "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n");
+    std::filesystem::create_symlink("../out.off", PathOf("sub/link.off"));
+    for (const std::string name : {"in.off", "link.off", "../out.off"}) {
+        const auto pieces = Load(L"assimp-lightwave-scene", "sub/a.lws",
+                                 "LWSC\n3\n\nFirstFrame 1\nLastFrame 9\nLoadObjectLayer 1 " + name + '\n');
+        EXPECT_EQ(pieces.size(), name == "in.off" ? 1U : 0U) << name;
+        EXPECT_THAT(TakeLosses().front(), testing::HasSubstr(name == "in.off" ? "names" : "not in the folder"));
+    }
 }
 } // namespace

@@ -9,6 +9,7 @@
 using namespace Kelvra;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using namespace std::string_literals;
 
 namespace {
 
@@ -168,12 +169,14 @@ TEST_F(ObjTest, MaterialsBecomeFaceStyles)
 TEST_F(ObjTest, WhatHasNoPlaceIsCounted)
 {
     PutText("here.mtl", "newmtl Default\n");
-    EXPECT_THAT(Load("mtllib here.mtl no.mtl\nmtllib gone 1.mtl\nmtllib sub/../../here.mtl\nusemtl Caf\xE9\nv 1 2 3 "
+    EXPECT_THAT(Load("mtllib here.mtl no.mtl\nmtllib here.mtl"s + '\0' +
+                     "\nmtllib gone 1.mtl\nmtllib sub/../../here.mtl\nusemtl Caf\xE9\nv 1 2 3 "
                      "0.5\nv 1 2 3 1 0 0\nv 0 0 0 1\n"
                      "s 1\ns off\nvp 1 2\ncstype bezier\ncurv 0 1 1 2\nend\nbanana 3\nf 1 2 3\n"),
                 testing::SizeIs(1));
     EXPECT_THAT(TakeLosses(),
                 ElementsAre("1 x free-form curves", "1 x material files that are not there: \"gone 1.mtl\"",
+                            "1 x material files that are not there: \"here.mtl\\x0000\"",
                             "1 x material files that are not there: \"no.mtl\"",
                             "1 x material files that are not there: \"sub/../../here.mtl\"", "1 x smoothing groups",
                             "1 x statements of unknown kind", "1 x uses of materials that no file defines: \"Café\"",
@@ -277,6 +280,8 @@ TEST_F(ObjTest, FilesWithoutGeometryAreEmptyScenes)
     EXPECT_THAT(Load("# nothing\ng a\n"), IsEmpty());
     ASSERT_NE(m_Root, nullptr);
     EXPECT_EQ(m_Root->GetChildCount(), 0);
+    EXPECT_THAT(OutAndIn(m_Root), IsEmpty());
+    EXPECT_THAT(TakeErrors(), IsEmpty());
 }
 
 // Every float comes back as it was, and so do the order of vertices, the styles and the textures.

@@ -7,9 +7,13 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <filesystem>
+#include <future>
+#include <thread>
 #include <vector>
 
 using namespace Kelvra;
+using namespace std::string_literals;
 
 namespace {
 
@@ -71,18 +75,25 @@ TEST(Triangulate, CutsWhatHasNoAreaAsAFan)
     EXPECT_EQ(triangles, (Triangles{0, 1, 2, 0, 2, 3}));
 }
 
-TEST(Triangulate, EndsSoonForACraftedPolygon)
+// A star with many obstacles is cut like a small one; what crosses itself everywhere ends soon all the same.
+TEST(Triangulate, CutsLargePolygons)
 {
-    std::vector<float> zigzag;
-    Triangles corners;
-    for (std::uint32_t i = 0; i < 20'000; ++i) {
-        zigzag.insert(zigzag.end(),
-                      {static_cast<float>(i * 7919 % 104'729), static_cast<float>(i * 104'723 % 7907), 0});
-        corners.push_back(i);
+    for (const bool star : {true, false}) {
+        std::vector<float> points;
+        Triangles corners;
+        for (std::uint32_t i = 0; i < 20'000; ++i) {
+            const double radius = 100 + i * i % 997, angle = i * 3.14159265358979 / 10'000;
+            const double x = star ? radius * std::cos(angle) : i * 7919 % 104'729;
+            const double y = star ? radius * std::sin(angle) : i * 104'723 % 7907;
+            points.insert(points.end(), {static_cast<float>(x), static_cast<float>(y), 0});
+            corners.push_back(i);
+        }
+        Triangles triangles;
+        Formats::Triangulate(points, corners, triangles);
+        ASSERT_EQ(triangles.size(), 3 * (corners.size() - 2));
+        for (std::size_t i = 0; i < triangles.size() && star; i += 3)
+            ASSERT_GE(AreaOf(points, &triangles[i]), 0) << i;
     }
-    Triangles triangles;
-    Formats::Triangulate(zigzag, corners, triangles);
-    EXPECT_EQ(triangles.size(), 3 * (corners.size() - 2));
 }
 
 TEST(Welder, GivesEqualVerticesOneIndex)
@@ -237,5 +248,54 @@ TEST_F(Services, TellTheAssertionServiceUnlessAProgramListens)
     }
     EXPECT_FALSE(services.GetObject(L"t"));
     EXPECT_FALSE(TSingleton<AMeshFileServiceManager>::Instance().GetObject(L"t"));
+}
+
+// Two threads that load at once each receive what is theirs, whoever put its listener in force last.
+TEST_F(Services, TellTheListenerOfTheirThread)
+{
+    struct Listener : Formats::FormatListener
+    {
+        void OnError(const std::filesystem::path& file, const Formats::FormatError&) override { told += file.string(); }
+        void OnLoss(const std::filesystem::path&, const std::string&, std::uint64_t) override {}
+        std::string told;
+    } here, there;
+    const Formats::FormatListenerScope scope(here);
+    std::promise<void> done;
+    std::promise<void> listening;
+    std::thread other([&] {
+        const Formats::FormatListenerScope otherScope(there);
+        listening.set_value();
+        done.get_future().wait();
+        Formats::FormatListener::Current().OnError("there", {"", ""});
+    });
+    listening.get_future().wait();
+    Formats::FormatListener::Current().OnError("here", {"", ""});
+    done.set_value();
+    other.join();
+    EXPECT_EQ(here.told + ' ' + there.told, "here there");
+}
+
+using Companions = SceneFileTest;
+
+// Names and links lead to files in the folder of the model or below it, and nowhere else.
+TEST_F(Companions, AreInTheFolderOrBelow)
+{
+    std::filesystem::create_directories(PathOf("model/sub"));
+    std::filesystem::create_directory(PathOf("outside"));
+    for (const char* const file : {"model/a.obj", "model/sub/b", "outside/c"})
+        WriteFile(Bytes("x"), file);
+    for (const auto& [link, to] : {std::pair("model/in", "sub/b"), std::pair("model/out", "../outside/c"),
+                                   std::pair("model/folder", "../outside"), std::pair("link", "model")})
+        std::filesystem::create_symlink(to, PathOf(link));
+
+    const std::filesystem::path inside = std::filesystem::canonical(PathOf("model/sub/b"));
+    for (const char* const model : {"model/a.obj", "link/a.obj"}) {
+        const Formats::Import import(PathOf(model));
+        for (const char* const name : {"sub/b", "./x/../sub//b", "in"})
+            EXPECT_EQ(import.FindCompanion(name), inside) << name;
+        for (const std::string& name :
+             {"out"s, "folder/c"s, "../outside/c"s, "none"s, ""s, inside.string(), "in\0"s, "in\0x"s})
+            EXPECT_THROW((void)import.FindCompanion(name), Formats::FormatError) << name;
+    }
 }
 } // namespace
