@@ -34,7 +34,9 @@ constexpr const char* s_Footer =
     "says. It takes its place when it is complete: until then, and if anything fails, the old file stays.\n"
     "Nodes that a model brings without an id are numbered from 1 on, in the order of the scene; --unit-scale and --up\n"
     "put everything under one more node. What has no place in OUT is listed as left out and does no harm to the exit\n"
-    "code. Files that go with OUT, such as the .mtl of an .obj and what --images writes, are listed too.\n"
+    "code. Files that go with OUT, such as the .mtl of an .obj and what --images writes, are listed too. They never\n"
+    "replace a file: if out.mtl exists, the new one is out-2.mtl, and the old OUT's is removed with it, so that the\n"
+    "names alternate.\n"
     "JSON: {in: [{file, bytes, format, leftOut: [{what, count}], messages}], out: {file, bytes, format, leftOut},\n"
     "       objects: {CLASS: count}, references, sharedObjects, beside: [FILE],\n"
     "       duplicates: {textures, materials, styles, pieces, entities} or null}\n"
@@ -246,8 +248,8 @@ ExitCode RunConvert(const Options& options)
     } else {
         NumberNodes(roots);
         const std::uint64_t size = SizeOfSceneFile(roots).value_or(0);
-        summary.out.bytes = WriteSceneFile(roots, files.GetMain().GetWrittenFile(), out,
-                                           [&](std::uint64_t done) { progress.Update(done, size); });
+        summary.out.bytes =
+            WriteSceneFile(roots, files.GetMain(), [&](std::uint64_t done) { progress.Update(done, size); });
     }
     summary.Count(roots);
     files.Commit();

@@ -57,8 +57,8 @@ void Prove(const OutputFile& output, const DemoScene& demo)
     const std::string difference = CompareSharing(demo.roots, loaded.roots);
     if (!difference.empty())
         FailProof(file, "in the scene that was loaded back, " + difference);
-    const OutputFile again(file); // never committed
-    WriteSceneFile(loaded.roots, again.GetWrittenFile(), file);
+    OutputFile again(file); // never committed
+    WriteSceneFile(loaded.roots, again);
     if (!SameBytes(output.GetWrittenFile(), again.GetWrittenFile()))
         FailProof(file, "the scene that was loaded back gives other bytes when it is saved");
 }
@@ -77,7 +77,7 @@ ExitCode RunDemo(const Options& options)
     }
 
     OutputFile output(file);
-    const std::uint64_t size = WriteSceneFile(demo.roots, output.GetWrittenFile(), file);
+    const std::uint64_t size = WriteSceneFile(demo.roots, output);
     if (!output.IsStraight())
         Prove(output, demo);
     output.Commit();

@@ -78,8 +78,8 @@ ExitCode RunMerge(const Options& options)
     }
     progress.Begin("writing " + ShowPath(out));
     const std::uint64_t expected = SizeOfSceneFile(roots).value_or(0);
-    const std::uint64_t size = WriteSceneFile(roots, output.GetWrittenFile(), out,
-                                              [&](std::uint64_t done) { progress.Update(done, expected); });
+    const std::uint64_t size =
+        WriteSceneFile(roots, output, [&](std::uint64_t done) { progress.Update(done, expected); });
     output.Commit();
     progress.Clear();
     const SceneObjects all(roots);

@@ -6,8 +6,6 @@
 #include <Tools/SceneGraph.h>
 #include <Tools/SceneRecords.h>
 
-#include <LumvoData/Contracts/Host/CFile.h>
-#include <LumvoData/Contracts/KelvraService/KvText.h>
 #include <LumvoData/Scene/ASceneNode.h>
 #include <LumvoData/Serialize/ASceneSerializeContext.h>
 
@@ -81,24 +79,21 @@ private:
     }
 };
 
-void CopyRepaired(const fs::path& damaged, const Repair& repair, const OutputFile& out)
+void CopyRepaired(const fs::path& damaged, const Repair& repair, OutputFile& to)
 {
     static constexpr std::uint64_t s_HeaderSize = 8;
     static constexpr std::uint64_t s_BlockSize = 1 << 20;
     std::ifstream from(damaged, std::ios::binary);
     from.seekg(s_HeaderSize);
-    CFile to;
-    if (!to.Open(KvText::FromPath(out.GetWrittenFile()), CFile::modeCreate | CFile::modeWrite))
-        FailToWrite(out.GetFile(), to.GetError());
     const std::int32_t header[] = {ASceneSerializeContext::FileIdentifier, ASceneSerializeContext::FormatVersion};
     to.Write(header, sizeof header);
     std::vector<char> block;
     const auto copyTo = [&](std::uint64_t end) {
-        while (to.GetPosition() < end) {
-            block.resize(static_cast<std::size_t>(std::min(s_BlockSize, end - to.GetPosition())));
+        while (to.GetSize() < end) {
+            block.resize(static_cast<std::size_t>(std::min(s_BlockSize, end - to.GetSize())));
             from.read(block.data(), static_cast<std::streamsize>(block.size()));
             if (!from)
-                throw FileError(ExitCannotRead, damaged, to.GetPosition(), "cannot be read",
+                throw FileError(ExitCannotRead, damaged, to.GetSize(), "cannot be read",
                                 "Copy the file to another disk and try again.");
             to.Write(block.data(), block.size());
         }
@@ -112,7 +107,7 @@ void CopyRepaired(const fs::path& damaged, const Repair& repair, const OutputFil
     const std::int32_t empty = 0;
     for (std::uint64_t i = 0; i < repair.emptyReferences; ++i)
         to.Write(&empty, sizeof empty);
-    to.Close();
+    to.Flush();
 }
 } // namespace
 
@@ -133,7 +128,7 @@ Salvaged Salvage(const fs::path& damaged, const fs::path& out)
         throw FileError(ExitCannotRead, damaged, std::nullopt, "nothing of it can be saved",
                         "No record in it is complete.");
     try {
-        const OutputFile inStep(out); // never committed
+        OutputFile inStep(out); // never committed
         OutputFile output(out);
         if (output.IsStraight())
             throw FileError(ExitCannotWrite, out, std::nullopt, "cannot be checked: it is a device or a pipe",
@@ -143,7 +138,7 @@ Salvaged Salvage(const fs::path& damaged, const fs::path& out)
         KeepFourStyles(scene.roots);
 
         Salvaged salvaged;
-        salvaged.bytes = WriteSceneFile(scene.roots, output.GetWrittenFile(), out);
+        salvaged.bytes = WriteSceneFile(scene.roots, output);
         Findings findings;
         SceneWalk(output.GetWrittenFile(), findings).Run();
         if (findings.Count(Severity::Error) > 0)

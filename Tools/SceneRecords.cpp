@@ -2,9 +2,7 @@
 
 #include <Tools/FileError.h>
 #include <Tools/Output.h>
-#include <Tools/OutputFile.h>
 
-#include <LumvoData/Contracts/KelvraService/KvText.h>
 #include <LumvoData/LumvoData.h>
 
 #include <memory>
@@ -14,6 +12,9 @@
 
 namespace Lumvo {
 namespace {
+
+constexpr std::int32_t s_Header[] = {Kelvra::ASceneSerializeContext::FileIdentifier,
+                                     Kelvra::ASceneSerializeContext::FormatVersion};
 
 void WriteRoots(const Roots& roots, Kelvra::ASceneSerializeContext& context)
 {
@@ -32,29 +33,29 @@ private:
     std::uint64_t m_Count = 0;
 };
 
-/// Writes a file and tells how far it is.
-class StoreContext : public Kelvra::ASceneSerializeContext
+/// Writes a file and reports progress.
+class StoreContext : public RecordContext
 {
 public:
-    StoreContext(const std::wstring& fileName, const std::function<void(std::uint64_t)>& progress)
-        : ASceneSerializeContext(fileName, true), m_Progress(progress)
+    StoreContext(OutputFile& output, const std::function<void(std::uint64_t)>& progress)
+        : m_Output(output), m_Progress(progress)
     {}
-
-    using ASceneSerializeContext::Write;
-    void Write(const void* data, int count) override
-    {
-        ASceneSerializeContext::Write(data, count);
-        if (m_Progress && GetPosition() >= m_Told + s_Step) {
-            m_Told = GetPosition();
-            m_Progress(m_Told);
-        }
-    }
 
 private:
     static constexpr std::uint64_t s_Step = 1 << 20;
 
+    void Put(const void* data, std::size_t count) override
+    {
+        m_Output.Write(data, count);
+        if (m_Progress && m_Output.GetSize() >= m_Reported + s_Step) {
+            m_Reported = m_Output.GetSize();
+            m_Progress(m_Reported);
+        }
+    }
+
+    OutputFile& m_Output;
     const std::function<void(std::uint64_t)>& m_Progress;
-    std::uint64_t m_Told = 0;
+    std::uint64_t m_Reported = 0;
 };
 } // namespace
 
@@ -71,34 +72,32 @@ void RecordContext::Write(const void* data, int count)
 
 std::optional<std::uint64_t> SizeOfSceneFile(const Roots& roots)
 {
-    static constexpr std::uint64_t s_HeaderSize = 8;
     bool whole = true;
     const Kelvra::KvAssertScope listening([&](const Kelvra::KvReport&) { whole = false; });
     CountContext context;
     WriteRoots(roots, context);
-    return whole ? std::optional(s_HeaderSize + context.GetCount()) : std::nullopt;
+    return whole ? std::optional(sizeof(s_Header) + context.GetCount()) : std::nullopt;
 }
 
-std::uint64_t WriteSceneFile(const Roots& roots, const std::filesystem::path& written,
-                             const std::filesystem::path& file, const std::function<void(std::uint64_t)>& progress)
+std::uint64_t WriteSceneFile(const Roots& roots, OutputFile& output, const std::function<void(std::uint64_t)>& progress)
 {
+    const std::filesystem::path& file = output.GetFile();
     std::string report; // the first
     const Kelvra::KvAssertScope listening([&](const Kelvra::KvReport& failed) {
         if (report.empty())
             report = Show(failed.message);
     });
     try {
-        StoreContext context(Kelvra::KvText::FromPath(written), progress);
-        if (!context.Begin())
-            FailToWrite(file, context.GetError());
+        output.Write(s_Header, sizeof(s_Header));
+        StoreContext context(output, progress);
         WriteRoots(roots, context);
-        const std::uint64_t size = context.GetPosition();
         context.End();
+        output.Flush();
         if (!report.empty())
             throw FileError(ExitCannotWrite, file, std::nullopt, "cannot be written whole: " + report,
                             "A scene file nests " + std::to_string(Kelvra::ASceneSerializeContext::MaxNesting) +
                                 " levels at most: let fewer groups stand inside each other.");
-        return size;
+        return output.GetSize();
     } catch (const std::system_error& error) {
         FailToWrite(file, error.code());
     } catch (const std::length_error& error) {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <Tools/OutputFile.h>
 #include <Tools/SceneGraph.h>
 
 #include <LumvoData/Serialize/ASceneSerializeContext.h>
 
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <optional>
 
@@ -30,11 +30,10 @@ private:
 [[nodiscard]] std::optional<std::uint64_t> SizeOfSceneFile(const Roots& roots);
 
 /// Writes a scene file, its roots as references, back to back.
-/// \param written the file to be made, which messages call `file`.
+/// \param output is flushed, and neither closed nor committed.
 /// \param progress is called now and then with the bytes written so far.
 /// \returns the size of the file.
 /// Throws FileError with ExitCannotWrite, also where the scene is nested deeper than a scene file can be.
-std::uint64_t WriteSceneFile(const Roots& roots, const std::filesystem::path& written,
-                             const std::filesystem::path& file,
+std::uint64_t WriteSceneFile(const Roots& roots, OutputFile& output,
                              const std::function<void(std::uint64_t)>& progress = {});
 } // namespace Lumvo

@@ -2,30 +2,36 @@
 
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
-#include <string>
-#include <system_error>
+#include <utility>
 
 namespace Lumvo {
+
+/// Where the signal handler finds the path of a Temporary. Slots are reused and never freed, so that the handler can
+/// walk their list at any moment.
+struct TemporarySlot
+{
+    std::atomic<const char*> path{nullptr}; // null while unused
+    TemporarySlot* next = nullptr;
+    TemporarySlot* nextUnused = nullptr;
+};
+
 namespace {
 
-constexpr std::size_t s_LongestPath = 4096;
+static_assert(std::atomic<const char*>::is_always_lock_free, "a signal handler reads it");
+constexpr int s_EndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 
-/// A path where a signal handler can read it. It is complete before it is `used`.
-struct Slot
-{
-    std::atomic<bool> used{false};
-    std::array<char, s_LongestPath> path{};
-};
-std::array<Slot, 64> s_Slots;
+std::atomic<TemporarySlot*> s_Slots{nullptr};
+TemporarySlot* s_Unused = nullptr;
 
 void RemoveAllAndEnd(int signal)
 {
-    for (auto slot = s_Slots.rbegin(); slot != s_Slots.rend(); ++slot) // files before the folders that hold them
-        if (slot->used.load() && unlink(slot->path.data()) != 0)
-            rmdir(slot->path.data());
+    for (const auto remove : {unlink, rmdir}) // files first: folders must be empty
+        for (const TemporarySlot* slot = s_Slots.load(); slot != nullptr; slot = slot->next)
+            if (const char* const path = slot->path.load())
+                remove(path);
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }
@@ -38,44 +44,56 @@ Temporary::Temporary(const std::filesystem::path& path)
 
 Temporary::~Temporary()
 {
-    std::error_code ignored;
-    if (!m_Path.empty())
-        std::filesystem::remove(m_Path, ignored);
-    Forget();
+    Remove();
+    Release();
 }
 
 void Temporary::Watch(const std::filesystem::path& path)
 {
-    m_Path = path;
-    const std::string text = std::filesystem::absolute(path).string();
-    if (text.size() >= s_LongestPath)
-        return; // removed with this object only
-    for (std::size_t i = 0; i < s_Slots.size(); ++i)
-        if (!s_Slots[i].used.load()) {
-            s_Slots[i].path.fill('\0');
-            text.copy(s_Slots[i].path.data(), text.size());
-            s_Slots[i].used.store(true);
-            m_Slot = static_cast<int>(i);
-            return;
-        }
+    m_Path = path.string();
+    if (s_Unused != nullptr) {
+        m_Slot = std::exchange(s_Unused, s_Unused->nextUnused);
+        m_Slot->path.store(m_Path.c_str());
+        return;
+    }
+    m_Slot = new TemporarySlot;
+    m_Slot->path.store(m_Path.c_str());
+    m_Slot->next = s_Slots.load();
+    s_Slots.store(m_Slot);
+}
+
+void Temporary::Remove() noexcept
+{
+    if (m_Slot != nullptr && (unlink(m_Path.c_str()) == 0 || rmdir(m_Path.c_str()) == 0 || errno == ENOENT))
+        Release();
 }
 
 void Temporary::Release() noexcept
 {
-    m_Path.clear();
-    Forget();
+    if (m_Slot == nullptr)
+        return;
+    m_Slot->path.store(nullptr);
+    m_Slot->nextUnused = std::exchange(s_Unused, m_Slot);
+    m_Slot = nullptr;
 }
 
-void Temporary::Forget() noexcept
+SignalsHeld::SignalsHeld() noexcept
 {
-    if (m_Slot >= 0)
-        s_Slots[static_cast<std::size_t>(m_Slot)].used.store(false);
-    m_Slot = -1;
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int signal : s_EndingSignals)
+        sigaddset(&ending, signal);
+    pthread_sigmask(SIG_BLOCK, &ending, &m_Former);
+}
+
+SignalsHeld::~SignalsHeld()
+{
+    pthread_sigmask(SIG_SETMASK, &m_Former, nullptr);
 }
 
 void WatchSignals()
 {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+    for (const int signal : s_EndingSignals) {
         struct sigaction action = {};
         if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)
             continue; // such as under nohup

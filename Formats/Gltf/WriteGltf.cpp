@@ -492,10 +492,13 @@ void WriteGlb(Export& job)
 void WriteGltf(Export& job)
 {
     const Document document(job);
+    const auto uriOf = [](const std::filesystem::path& name) { return EncodePercent(name.u8string()); };
     std::filesystem::path numbers = job.GetPath();
     numbers.replace_extension(".bin");
-    document.WriteTo(job.Open(job.GetPath()), EncodePercent(numbers.filename().u8string()));
-    if (document.GetBinary().GetSize() > 0)
+    if (document.GetBinary().GetSize() > 0) {
+        numbers = job.ReserveCompanion(numbers, [&](const auto& name) { return '"' + uriOf(name) + '"'; });
         document.GetBinary().WriteTo(job.Open(numbers), job);
+    }
+    document.WriteTo(job.Open(job.GetPath()), uriOf(numbers.filename()));
 }
 } // namespace Formats::Gltf

@@ -141,8 +141,7 @@ class ObjWriter
 {
 public:
     explicit ObjWriter(Export& job)
-        : m_Job(job), m_Total(CountNumbers(job.GetRoots())), m_Materials(job),
-          m_MaterialFile(MaterialFileOf(job.GetPath())), m_Out(job.Open(job.GetPath()))
+        : m_Job(job), m_Total(CountNumbers(job.GetRoots())), m_Materials(job), m_Out(job.Open(job.GetPath()))
     {}
 
     void Write()
@@ -164,7 +163,7 @@ public:
             m_Job.Lose("texts", leftOut.texts);
         if (leftOut.hiddenNodes > 0)
             m_Job.Lose("hidden nodes", leftOut.hiddenNodes);
-        if (!m_Materials.GetText().empty())
+        if (!m_MaterialFile.empty())
             m_Job.Open(m_MaterialFile).Write(m_Materials.GetText());
     }
 
@@ -176,6 +175,14 @@ private:
         if (materials == file)
             materials += ".mtl";
         return materials;
+    }
+
+    static std::string LibraryStatement(const std::filesystem::path& name)
+    {
+        const std::string line = KvText::ToUtf8(KvText::FromPath(name));
+        if (!EndsLine(line) || line.find('\\') != std::string::npos || std::filesystem::u8path(line) != name)
+            throw FormatError({}, "the name of the material file, " + Quote(line) + ", cannot stand in the file");
+        return "mtllib " + line + '\n';
     }
 
     void StartNode(const Placed& placed)
@@ -195,12 +202,9 @@ private:
     {
         if (name == m_Material)
             return;
-        if (!std::exchange(m_MaterialFileNamed, true)) {
-            const std::filesystem::path file = m_MaterialFile.filename();
-            const std::string line = KvText::ToUtf8(KvText::FromPath(file));
-            if (!EndsLine(line) || line.find('\\') != std::string::npos || std::filesystem::u8path(line) != file)
-                throw FormatError({}, "the name of the material file, " + Quote(line) + ", cannot stand in the file");
-            m_Text += "mtllib " + line + '\n';
+        if (m_MaterialFile.empty()) {
+            m_MaterialFile = m_Job.ReserveCompanion(MaterialFileOf(m_Job.GetPath()), LibraryStatement);
+            m_Text += LibraryStatement(m_MaterialFile.filename());
         }
         m_Text += "usemtl" + (name.empty() ? "" : ' ' + name) + '\n'; // without a name: no material from here on
         m_Material = name;
@@ -365,7 +369,7 @@ private:
     Export& m_Job;
     std::uint64_t m_Total; // of numbers, as the progress counts them
     MtlWriter m_Materials;
-    std::filesystem::path m_MaterialFile;
+    std::filesystem::path m_MaterialFile; // empty until the file names it
     OutputStream& m_Out;
     std::string m_Text; // on its way into the file
     std::uint64_t m_Done = 0;
@@ -376,7 +380,6 @@ private:
     std::unordered_set<const ASubEntity*> m_Written;
     bool m_SharingTold = false;
     std::string m_Material;
-    bool m_MaterialFileNamed = false;
 
     // How many of each the file has.
     std::uint64_t m_Positions = 0;

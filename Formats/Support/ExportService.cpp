@@ -10,6 +10,11 @@ namespace Formats {
 OutputStream::~OutputStream() = default;
 Export::~Export() = default;
 
+std::filesystem::path Export::ReserveCompanion(const std::filesystem::path& wanted, const Mention& /*mention*/)
+{
+    return wanted;
+}
+
 void Export::Progress(std::uint64_t done, std::uint64_t total)
 {
     m_Done = std::clamp(done, m_Done, std::max(m_Done, total));

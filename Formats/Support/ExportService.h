@@ -48,11 +48,20 @@ public:
     Export& operator=(const Export&) = delete;
     virtual ~Export();
 
+    using Mention = std::function<std::string(const std::filesystem::path& name)>;
+
     [[nodiscard]] const Roots& GetRoots() const noexcept { return m_Roots; }
     [[nodiscard]] const std::filesystem::path& GetPath() const noexcept { return m_File; }
 
-    /// Starts the file itself, once, or a file beside it, which replaces the one that is there too.
-    /// \param file GetPath(), or a path in the same folder.
+    /// Chooses the name of a companion file, once for each, before the file itself refers to it: existing files are not
+    /// replaced before the file itself is.
+    /// \param wanted a path in the same folder, used as it is if nothing is there.
+    /// \param mention returns the text by which the file refers to a companion of the given name; an old file that
+    ///        contains it has that companion, which is removed with it.
+    /// \returns the path to be opened; by default the wanted one.
+    virtual std::filesystem::path ReserveCompanion(const std::filesystem::path& wanted, const Mention& mention);
+    /// Starts the file itself or a companion, once.
+    /// \param file GetPath(), or a path that ReserveCompanion returned.
     /// \returns a stream that lives as long as this.
     virtual OutputStream& Open(const std::filesystem::path& file) = 0;
 

@@ -3,9 +3,7 @@
 #include <Tests/Support/TestRow.h>
 
 #include <pugixml.hpp>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -311,44 +309,5 @@ TEST_F(Faults, WithoutMemoryForALargeBufferTheSmallOneDoes)
     EXPECT_TRUE(fault.Stop()) << "no large buffer was asked for";
     file.Close();
     EXPECT_TRUE(ReadFile("other").Data() == std::string(parts * part.size(), 'x'));
-}
-
-/// Lets files of this process grow to a size and no further, as a disk does that is full.
-class SmallDisk
-{
-public:
-    explicit SmallDisk(std::size_t size)
-    {
-        std::signal(SIGXFSZ, SIG_IGN); // the write is to fail, not the process
-        getrlimit(RLIMIT_FSIZE, &m_Former);
-        const rlimit small{size, m_Former.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &small);
-    }
-    ~SmallDisk() { setrlimit(RLIMIT_FSIZE, &m_Former); }
-    SmallDisk(const SmallDisk&) = delete;
-    SmallDisk& operator=(const SmallDisk&) = delete;
-
-private:
-    rlimit m_Former{};
-};
-
-TEST_F(Faults, TheDiskMayBeFullAfterAnyByte)
-{
-    std::vector<std::size_t> sizes{0, 1, 7, 8, 9, 4095, 4096, 4097, m_File.Size() - 1};
-    for (std::size_t size = 0; size < m_File.Size(); size += 9973)
-        sizes.push_back(size);
-    for (const std::size_t size : sizes) {
-        const SmallDisk disk(size);
-        try {
-            Save("other.scene");
-            FAIL() << "lost silently, " << size;
-        } catch (const std::system_error& error) {
-            EXPECT_EQ(error.code(), std::errc::file_too_large);
-        }
-        EXPECT_TRUE(ReadFile("other.scene") == m_File.First(size)) << size;
-    }
-    const SmallDisk disk(m_File.Size());
-    Save("other.scene");
-    EXPECT_TRUE(ReadFile("other.scene") == m_File);
 }
 } // namespace

@@ -1,12 +1,16 @@
 #include <Tests/Faults/Faults.h>
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <malloc.h>
+#include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -59,6 +63,19 @@ void Free(void* memory) noexcept
 template <class Function> Function* Original(const char* name) noexcept
 {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+/// Calls a function that changes a folder, unless it is to fail.
+template <class... Arguments> int Change(const char* name, Arguments... arguments)
+{
+    if (Fails(Fault::ChangeKills))
+        std::raise(SIGKILL);
+    if (Fails(Fault::ChangeEnds))
+        std::raise(SIGTERM);
+    if (!Fails(Fault::ChangeFails))
+        return Original<int(Arguments...)>(name)(arguments...);
+    errno = EIO;
+    return -1;
 }
 } // namespace
 
@@ -179,4 +196,38 @@ extern "C" int fclose(std::FILE* file)
         return answer;
     errno = EIO;
     return EOF;
+}
+
+extern "C" int open(const char* file, int flags, ...)
+{
+    std::va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    static const auto s_Original = Original<int(const char*, int, mode_t)>("open");
+    return (flags & O_CREAT) != 0 ? Change("open", file, flags, mode) : s_Original(file, flags, mode);
+}
+extern "C" int link(const char* from, const char* to) noexcept
+{
+    return Change("link", from, to);
+}
+extern "C" int rename(const char* from, const char* to) noexcept
+{
+    return Change("rename", from, to);
+}
+extern "C" int unlink(const char* file) noexcept
+{
+    return Change("unlink", file);
+}
+extern "C" int fchmod(int file, mode_t mode) noexcept
+{
+    return Change("fchmod", file, mode);
+}
+extern "C" int fsync(int file)
+{
+    return Change("fsync", file);
+}
+extern "C" int syncfs(int file) noexcept
+{
+    return Change("syncfs", file);
 }

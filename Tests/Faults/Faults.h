@@ -18,6 +18,9 @@ public:
         WriteFails,  ///< A write takes some of what it is given, and later ones nothing, for ENOSPC.
         CloseFails,  ///< Closing a file fails, for EIO.
         WritesShort, ///< Writes take some of what they are given, and every third is interrupted.
+        ChangeFails, ///< A call that creates, names, removes or flushes a file, or sets its permissions, fails for EIO.
+        ChangeKills, ///< The process is killed before such a call.
+        ChangeEnds,  ///< The process gets SIGTERM before such a call.
     };
 
     /// Lets the call of that kind with this number fail, the first call being number 1; with ReadEnds it is the number

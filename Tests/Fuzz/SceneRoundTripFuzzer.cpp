@@ -15,23 +15,24 @@ using namespace Lumvo;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const auto file = Fuzz::PathOf("test.scene");
-    const auto once = Fuzz::PathOf("once.scene");
-    const auto twice = Fuzz::PathOf("twice.scene");
     Fuzz::PutFile(file, data, size);
     try {
         const LoadedScene scene = LoadScene(file);
         KeepFourStyles(scene.roots);
+        OutputFile once(Fuzz::PathOf("once.scene"));
         bool whole = true; // what is nested too deeply where it is written is not
         {
             const KvAssertScope scope([&](const KvReport&) { whole = false; });
-            WriteSceneFile(scene.roots, once, once);
+            WriteSceneFile(scene.roots, once);
         }
         if (!whole)
             return 0;
-        const LoadedScene saved = LoadScene(once);
+        const LoadedScene saved = LoadScene(once.GetWrittenFile());
         Fuzz::Require(saved.messages.GetCount() == 0 && !saved.earlyEnd, "what is saved loads without messages");
-        WriteSceneFile(saved.roots, twice, twice);
-        Fuzz::Require(Fuzz::GetFile(once) == Fuzz::GetFile(twice), "what is saved twice is the same");
+        OutputFile twice(Fuzz::PathOf("twice.scene"));
+        WriteSceneFile(saved.roots, twice);
+        Fuzz::Require(Fuzz::GetFile(once.GetWrittenFile()) == Fuzz::GetFile(twice.GetWrittenFile()),
+                      "what is saved twice is the same");
         const std::string difference = CompareSharing(scene.roots, saved.roots);
         Fuzz::Require(difference.empty(), difference);
     } catch (const FileError& error) {

@@ -54,7 +54,7 @@ public:
     }
     Bytes Saved(const Lumvo::Roots& roots) const
     {
-        Lumvo::WriteSceneFile(roots, Folder() / "saved.scene", Folder() / "saved.scene");
+        SaveScene("saved.scene", roots);
         return GetFile("saved.scene");
     }
     Bytes Demo() const

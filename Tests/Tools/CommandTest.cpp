@@ -1,6 +1,5 @@
 #include <Tests/Support/TestRow.h>
 #include <Tests/Tools/ToolTest.h>
-#include <Tools/SceneRecords.h>
 
 #include <gmock/gmock.h>
 
@@ -206,17 +205,6 @@ TEST_F(Command, DemoSavesLoadsAndProves)
     EXPECT_THAT(Lumvo("tree out.scene").out, AllOf(HasSubstr("6 × M12"), HasSubstr("🔩"), HasSubstr("hidden")));
 }
 
-// A disk that fills up leaves the file that was there as it was.
-TEST_F(Command, DemoThatFailsHalfwayChangesNothing)
-{
-    PutFile("out.scene", Bytes().Int(1));
-    const Outcome outcome = Shell("trap '' XFSZ && ulimit -f 16 && " LUMVO_PROGRAM " demo out.scene");
-    EXPECT_EQ(outcome.code, 4);
-    EXPECT_THAT(outcome.err, HasSubstr("out.scene: cannot be written: File too large"));
-    EXPECT_EQ(GetFile("out.scene"), Bytes().Int(1));
-    EXPECT_THAT(Files(), ElementsAre("out.scene"));
-}
-
 // Every byte of a file is counted once, those of dropped objects and at the top of the file too.
 TEST_F(Command, InfoAccountsForEveryByte)
 {
@@ -340,7 +328,7 @@ TEST_F(Command, ManyPathsTakeNoTime)
         group->AddChildNode(node);
         node = group;
     }
-    Lumvo::WriteSceneFile({node}, Folder() / "scene", Folder() / "scene");
+    SaveScene("scene", {node});
     EXPECT_EQ(Lumvo("tree --json scene").Json()["lines"].size(), 122U);
     EXPECT_THAT(Lumvo("tree scene").out, HasSubstr("(42 deeper)"));
     EXPECT_EQ(Lumvo("info --json scene").Json()["classes"]["AGroupEntity"]["objects"], 30);

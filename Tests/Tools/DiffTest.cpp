@@ -1,6 +1,5 @@
 #include <Tests/Support/TestRow.h>
 #include <Tests/Tools/ToolTest.h>
-#include <Tools/SceneRecords.h>
 
 #include <gmock/gmock.h>
 
@@ -48,10 +47,7 @@ struct Scene
 class Diff : public ToolTest
 {
 public:
-    void Put(const std::string& name, const Scene& scene) const
-    {
-        Lumvo::WriteSceneFile({scene.root}, Folder() / name, Folder() / name);
-    }
+    void Put(const std::string& name, const Scene& scene) const { SaveScene(name, {scene.root}); }
 };
 
 struct Change : TestRow

@@ -96,23 +96,30 @@ class Writer : public ToolTest
 {
 };
 
-// The file at the target changes at Commit and not before, and nothing else is left behind.
+// Only Commit changes the file at the target, and not if the temporary file has given way to a link.
 TEST_F(Writer, ReplacesTheFileWhenItIsComplete)
 {
+    namespace fs = std::filesystem;
     PutFile("old.scene", Bytes().Int(1));
-    std::filesystem::create_symlink("old.scene", Folder() / "link.scene");
-    std::filesystem::permissions(Folder() / "old.scene", std::filesystem::perms::owner_all);
+    PutFile("victim", Bytes().Int(2));
+    fs::create_symlink("old.scene", Folder() / "link.scene");
+    fs::permissions(Folder() / "old.scene", fs::perms::owner_all);
+    const std::vector<std::string> before = Files();
     {
-        const OutputFile output(Folder() / "link.scene");
-        WriteSceneFile(Pair().roots, output.GetWrittenFile(), output.GetFile());
+        OutputFile output(Folder() / "link.scene");
+        EXPECT_EQ(fs::status(output.GetWrittenFile()).permissions(), fs::perms::owner_all);
+        fs::remove(output.GetWrittenFile());
+        fs::create_symlink("victim", output.GetWrittenFile());
+        WriteSceneFile(Pair().roots, output);
+        EXPECT_THROW(output.Commit(), FileError);
+        EXPECT_EQ(GetFile("victim"), Bytes().Int(2));
         EXPECT_EQ(GetFile("old.scene"), Bytes().Int(1));
     }
-    EXPECT_THAT(Files(), testing::ElementsAre("link.scene", "old.scene")) << "given up";
     OutputFile output(Folder() / "link.scene");
-    const std::uint64_t size = WriteSceneFile(Pair().roots, output.GetWrittenFile(), output.GetFile());
+    const std::uint64_t size = WriteSceneFile(Pair().roots, output);
     output.Commit();
     EXPECT_EQ(GetFile("old.scene").Size(), size);
-    EXPECT_TRUE(std::filesystem::is_symlink(Folder() / "link.scene"));
-    EXPECT_EQ(std::filesystem::status(Folder() / "old.scene").permissions(), std::filesystem::perms::owner_all);
-    EXPECT_THAT(Files(), testing::ElementsAre("link.scene", "old.scene"));
+    EXPECT_TRUE(fs::is_symlink(Folder() / "link.scene"));
+    EXPECT_EQ(fs::status(Folder() / "old.scene").permissions(), fs::perms::owner_all);
+    EXPECT_EQ(Files(), before);
 }

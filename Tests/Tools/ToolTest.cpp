@@ -1,4 +1,5 @@
 #include <Tests/Tools/ToolTest.h>
+#include <Tools/SceneRecords.h>
 
 #include <sys/wait.h>
 
@@ -22,6 +23,13 @@ Outcome ToolTest::Shell(const std::string& commands) const
 void ToolTest::PutScene(const std::string& name, const Bytes& records) const
 {
     PutFile(name, Bytes::Header().Add(records));
+}
+
+void ToolTest::SaveScene(const std::string& name, const Lumvo::Roots& roots) const
+{
+    Lumvo::OutputFile file(Folder() / name);
+    Lumvo::WriteSceneFile(roots, file);
+    file.Commit();
 }
 
 std::vector<std::string> ToolTest::Files() const

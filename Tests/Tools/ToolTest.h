@@ -2,6 +2,7 @@
 
 #include <Tests/Support/SceneFileTest.h>
 #include <Tools/Json.h>
+#include <Tools/SceneGraph.h>
 
 #include <string>
 #include <vector>
@@ -27,6 +28,8 @@ public:
     [[nodiscard]] Outcome Shell(const std::string& commands) const;
     /// Puts a file of these records into the folder, behind the header of a scene file.
     void PutScene(const std::string& name, const Bytes& records) const;
+    /// Saves a scene there.
+    void SaveScene(const std::string& name, const Lumvo::Roots& roots) const;
     void PutFile(const std::string& name, const Bytes& bytes) const { WriteFile(bytes, "work/" + name); }
     [[nodiscard]] Bytes GetFile(const std::string& name) const { return ReadFile("work/" + name); }
     /// Names of what is in the folder, in order.
