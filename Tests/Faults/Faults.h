@@ -17,7 +17,8 @@ public:
         ReadFails,   ///< A read gives half of what it is asked for, for EIO.
         WriteFails,  ///< A write takes some of what it is given, and later ones nothing, for ENOSPC.
         CloseFails,  ///< Closing a file fails, for EIO.
-        WritesShort, ///< Writes take some of what they are given, and every third is interrupted.
+        WritesShort, ///< Writes take some of what they are given, and every fourth is interrupted.
+        ReadsShort,  ///< Every second read gives half of what it is asked for, and is interrupted.
     };
 
     /// Lets the call of that kind with this number fail, the first call being number 1; with ReadEnds it is the number
