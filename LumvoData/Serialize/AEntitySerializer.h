@@ -71,7 +71,7 @@ void ReadListWith(std::list<std::shared_ptr<T>>& list, ASceneSerializeContext& c
     while (counter.Next()) {
         std::shared_ptr<T> element;
         read(element);
-        if (!SceneReports::Check(element != nullptr, missing))
+        if (!context.Collector().Check(element != nullptr, missing))
             continue;
         list.push_back(std::move(element));
     }

@@ -109,14 +109,6 @@ const std::error_code& ASceneSerializeContext::GetError() const noexcept
     return m_TooLarge ? m_TooLarge : m_File->GetError();
 }
 
-void ASceneSerializeContext::SetLimits(const ASceneLoadLimits& limits) noexcept
-{
-    if (m_bStoring)
-        return;
-    m_Limits = limits;
-    m_MaxDepth = std::min(limits.nesting, MaxNesting);
-}
-
 void ASceneSerializeContext::FailTooManyObjects() const
 {
     throw std::length_error("more than " + std::to_string(m_Limits.objects) +

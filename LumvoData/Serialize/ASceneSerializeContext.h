@@ -7,6 +7,7 @@
 #include <LumvoData/Serialize/ASceneLoadObserver.h>
 #include <LumvoData/Serialize/ASceneSerializeCollector.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -33,13 +34,14 @@ class CFile;
 ///   write at the latest from End. `std::length_error` is raised, before anything is allocated, for a count in
 ///   the file whose elements are not in it and would take more than 16 MiB, for what is beyond the limits that
 ///   the caller set, and for a count too large to be written. After an exception the only use of a run is End; what
-///   was loaded before it is complete. The destructor swallows.
+///   was loaded before it is complete. The destructor ignores errors. What is reported to the assertion service does
+///   not stop the run; GetReportCount() says whether there was any.
 class KELVRA_API ASceneSerializeContext : public ASerializeContext
 {
 public:
     static constexpr std::int32_t FileIdentifier = 2011;
     static constexpr std::int32_t FormatVersion = 3;
-    /// How deep references may nest in each other, stored or loaded.
+    /// How deep references may nest in each other, stored or loaded, unless the context has another limit.
     static constexpr int MaxNesting = 1024;
 
     /// Remembers name and direction; touches no file.
@@ -81,10 +83,21 @@ public:
     [[nodiscard]] std::int32_t GetVersion() const noexcept { return m_Header.version; }
     /// Why the file could not be opened, or that it is too large; otherwise empty, whatever it holds.
     [[nodiscard]] const std::error_code& GetError() const noexcept;
+    /// How many reports persistence has made to the assertion service in this run, whatever handler received them; kept
+    /// after End. 0 for a save means that the file can be loaded whole. 0 for a load means that every reference was
+    /// read, not that the file had a byte for every field.
+    [[nodiscard]] std::size_t GetReportCount() const noexcept { return m_Collector.GetReportCount(); }
+
+    /// How deep references may nest, when storing and when loading: MaxNesting unless set. A deeper one is reported and
+    /// is written, or read, as null. The limit keeps hostile files from exhausting the stack: a thread that has the
+    /// stack for more levels may raise it, SECURITY.md says how much they take. A file that was saved with a raised
+    /// limit is loaded with a raised limit.
+    [[nodiscard]] int GetNestingLimit() const noexcept { return m_NestingLimit; }
+    void SetNestingLimit(int levels) noexcept { m_NestingLimit = levels; }
 
     /// Bounds of this load; none but the library's own at first. Set before Begin; nothing to a storing context.
     [[nodiscard]] const ASceneLoadLimits& GetLimits() const noexcept { return m_Limits; }
-    void SetLimits(const ASceneLoadLimits& limits) noexcept;
+    void SetLimits(const ASceneLoadLimits& limits) noexcept { m_Limits = limits; }
 
     /// Who is told of references and objects while they are loaded; null at first. The observer is not owned
     /// and outlives the run.
@@ -109,7 +122,7 @@ public:
     }
 
     /// True while one more reference may be nested in those that are being stored or loaded.
-    [[nodiscard]] bool CanNest() const noexcept { return m_Depth < m_MaxDepth; }
+    [[nodiscard]] bool CanNest() const noexcept { return m_Depth < m_NestingLimit; }
     /// Counts a reference as being stored or loaded for its own lifetime.
     class Nesting
     {
@@ -145,7 +158,7 @@ private:
     ASceneLoadLimits m_Limits;
     std::error_code m_TooLarge; // set where the limits refuse the file
     std::uint64_t m_Objects = 0;
-    int m_MaxDepth = MaxNesting;
+    int m_NestingLimit = MaxNesting;
     int m_Depth = 0;
     int m_MissingElements = 0;
     ASceneLoadObserver* m_Observer = nullptr;

@@ -2,10 +2,13 @@
 
 #include <cstdint>
 #include <limits>
+#include <list>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 using namespace Kelvra;
 
@@ -139,12 +142,13 @@ protected:
         return file.Int(1).Text(u"ASubText").EntityHeader(0).Text(u"a text of 20 letters").Fill(24 + 32);
     }
     /// What the file gives within these limits.
-    std::shared_ptr<AEntity> LoadWithin(const ASceneLoadLimits& limits)
+    std::shared_ptr<AEntity> LoadWithin(const ASceneLoadLimits& limits, int levels = 3)
     {
         WriteFile(File());
         std::shared_ptr<AEntity> entity;
         ASceneSerializeContext context(FileName(), false);
         context.SetLimits(limits);
+        context.SetNestingLimit(levels);
         if (context.Begin())
             context.Collector().ReadPtr(entity, context);
         else
@@ -160,7 +164,6 @@ TEST_F(Limits, AreKeptToTheLastByteObjectAndLevel)
     limits.fileBytes = File().Size();
     limits.objects = 3;
     limits.blockBytes = 40; // the text's; class names are shorter
-    limits.nesting = 3;
     EXPECT_EQ(Bytes::Header().Add(StoreReference(LoadWithin(limits))), File());
     EXPECT_EQ(TakeReports(), Reports());
 
@@ -174,9 +177,7 @@ TEST_F(Limits, AreKeptToTheLastByteObjectAndLevel)
     --fewer.blockBytes;
     EXPECT_THROW(LoadWithin(fewer), std::length_error);
     EXPECT_EQ(TakeReports(), Reports());
-    fewer = limits;
-    --fewer.nesting;
-    EXPECT_NE(LoadWithin(fewer), nullptr) << "without the text";
+    EXPECT_NE(LoadWithin(limits, 2), nullptr) << "without the text";
     EXPECT_EQ(TakeReports(),
               (Reports{{L"Failed to read object, nested too deeply:ASubText", "serialize\\AScenePtrCollector", 120},
                        {L"Failed to read item!", "Serialize/AEntitySerializer", 117}}));
@@ -219,7 +220,6 @@ TEST_F(Limits, NeitherBindStoringNorWidenOtherBounds)
 {
     ASceneLoadLimits limits;
     limits.fileBytes = limits.objects = limits.blockBytes = 0;
-    limits.nesting = 0;
     const std::shared_ptr<AEntity> entity = LoadWithin({});
     {
         ASceneSerializeContext context(FileName(), true);
