@@ -53,6 +53,8 @@ template <class T> void ReadVector(std::vector<std::shared_ptr<T>>& vector, ASce
         std::shared_ptr<T> element = read();
         if (context.Collector().Check(element != nullptr, SceneReports::StyleNotRead))
             vector.push_back(std::move(element));
+        else
+            counter.WasNull();
     }
 }
 } // namespace Kelvra

@@ -218,8 +218,8 @@ TEST_F(CollectorTest, KnownObjectsAreCheckedWhereverTheyAreHandedOut)
                                       CollectorReport(L"Failed to cast object:ASceneNode", 105)}));
 }
 
-/// A storable class that counts its objects and whose record is an edge's.
-class Counted : public ASubEdge
+/// A storable class that counts its objects and whose record is an edge's, which is a virtual base of it.
+class Counted : public virtual ASubEdge
 {
 public:
     Counted() { ++s_Alive; }
@@ -237,7 +237,9 @@ TEST_F(CollectorTest, ObjectsAreKeptByTheRunOrDestroyed)
     const Bytes whole = Bytes().Int(7).Text(u"Counted").EntityHeader(0).Int(0);
     const Bytes broken = Bytes().Int(1).Text(u"Counted").EntityHeader(0).Int(std::numeric_limits<int>::max());
     Load(Bytes(whole).Int(1).Text(u"Counted").Add(broken), [](ASceneSerializeContext& context) {
-        Next<ASubEntity>(context);
+        std::shared_ptr<Counted> counted;
+        ReadPtrAs<Counted, ASubEntity>(counted, context);
+        EXPECT_NE(std::exchange(counted, nullptr), nullptr);
         EXPECT_EQ(Counted::s_Alive, 1);
         EXPECT_EQ(Next<ATexture>(context), nullptr) << "of a wrong type";
         std::shared_ptr<ASubEntity> former = std::make_shared<ASubText>();

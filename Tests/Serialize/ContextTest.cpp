@@ -239,4 +239,53 @@ TEST_F(Limits, NeitherBindStoringNorWidenOtherBounds)
     std::wstring text;
     EXPECT_THROW(context.Read(text), std::length_error);
 }
+
+/// Loads from memory, and has nothing to say but the bytes.
+class MemoryContext : public ASceneSerializeContext
+{
+public:
+    MemoryContext(const std::wstring& fileName, Bytes bytes)
+        : ASceneSerializeContext(fileName, false), m_Bytes(std::move(bytes))
+    {}
+    using ASceneSerializeContext::BeginWithoutFile;
+    using ASceneSerializeContext::Read;
+    void Read(void* data, int count) override
+    {
+        m_At += m_Bytes.Data().copy(static_cast<char*>(data), static_cast<std::size_t>(count), m_At);
+    }
+
+private:
+    Bytes m_Bytes;
+    std::size_t m_At = 0;
+};
+
+// What a derived context supplies is loaded whole, whatever is in the file that it was made for. What is declared and
+// not supplied ends.
+TEST_F(ContextTest, BytesMayComeFromElsewhere)
+{
+    constexpr int members = 20'000, numbers = 5'000'000, huge = std::numeric_limits<int>::max();
+    Bytes file = Bytes::Header().Int(1).Text(u"AGroupEntity").EntityHeader(0).Int(members);
+    for (int key = 2; key < members + 2; ++key)
+        file.Int(key).Text(u"AMeshEntity").EntityHeader(0).Int(0);
+    file.Text(std::u16string(40, u'x')).Fill(std::size_t{4} * numbers, 1).Int(huge);
+    for (const std::size_t inFile : {0U, 7U, 1'000'000U}) {
+        WriteFile(Bytes().Fill(inFile, 7));
+        MemoryContext context(FileName(), file);
+        ASSERT_TRUE(inFile == 7 ? context.BeginWithoutFile() : context.Begin());
+        std::shared_ptr<AEntity> group;
+        std::wstring text;
+        std::vector<float> buffer;
+        std::list<std::shared_ptr<AEntity>> missing;
+        context.Collector().ReadPtr(group, context);
+        EXPECT_EQ(dynamic_cast<AGroupEntity&>(*group).GetAll().size(), std::size_t{members});
+        context.Read(text);
+        EXPECT_EQ(text, std::wstring(40, L'x'));
+        ReadElements(buffer, numbers, context);
+        EXPECT_GT(buffer.back(), 0);
+        EXPECT_EQ(context.GetReportCount(), 0U);
+        ReadList(missing, context);
+        EXPECT_EQ(context.GetReportCount(), 1024U);
+        EXPECT_THROW(ReadElements(text, huge, context), std::length_error);
+    }
+}
 } // namespace
