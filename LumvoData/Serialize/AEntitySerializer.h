@@ -5,7 +5,6 @@
 #include <LumvoData/Serialize/ASceneSerializeContext.h>
 #include <LumvoData/Serialize/TScenePtrCollector.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <list>
 #include <memory>
@@ -32,34 +31,38 @@ inline std::int32_t ReadCount(ASceneSerializeContext& context)
 
 /// Counts the elements of a container of references while they are loaded.
 ///
-/// Of a count that the rest of the file cannot hold, as many elements are tried as could stand there, and
-/// MissingElements more, so that short files still report each missing element. Containers nest, so the elements
-/// that all of them try behind the end of the file are limited too.
+/// Of a count that the rest of the file cannot hold, as many elements are tried as could be there, and MissingElements
+/// more, so that short files still report each missing element. Containers nest, so the elements that all of them try
+/// after the end of the file are limited too. An element is known to be missing once it has read as null and no bytes
+/// are left, wherever the bytes come from.
 class AReferenceCounter
 {
 public:
     static constexpr std::int32_t MissingElements = 1024;
 
-    /// Made for a count as it was read, in front of the first element.
-    AReferenceCounter(std::int32_t count, ASceneSerializeContext& context) noexcept : m_Context(context)
-    {
-        const std::uint64_t most = context.GetBytesLeft() / sizeof(std::int32_t) + MissingElements;
-        m_Left = count <= 0 ? 0 : std::min<std::uint64_t>(static_cast<std::uint64_t>(count), most);
-    }
+    /// Made for a count as it was read, which may be negative.
+    AReferenceCounter(std::int32_t count, ASceneSerializeContext& context) noexcept : m_Context(context), m_Left(count)
+    {}
 
-    /// Counts one element.
+    /// Counts one element that is about to be read.
     /// \returns false when no more are to be tried.
     [[nodiscard]] bool Next() noexcept
     {
-        if (m_Left == 0 || !m_Context.CanTryReference())
-            return false;
-        --m_Left;
-        return true;
+        return m_Left-- > 0 && m_Missing < MissingElements && m_Context.CanMissElements();
+    }
+    /// Takes note that the element read as null.
+    void WasNull() noexcept
+    {
+        if (m_Context.GetBytesLeft() > 0)
+            return;
+        ++m_Missing;
+        m_Context.CountMissingElement();
     }
 
 private:
     ASceneSerializeContext& m_Context;
-    std::uint64_t m_Left;
+    std::int64_t m_Left;
+    std::int32_t m_Missing = 0;
 };
 
 /// Loads a list of which `read` loads one element into an empty pointer.
@@ -71,9 +74,10 @@ void ReadListWith(std::list<std::shared_ptr<T>>& list, ASceneSerializeContext& c
     while (counter.Next()) {
         std::shared_ptr<T> element;
         read(element);
-        if (!SceneReports::Check(element != nullptr, missing))
-            continue;
-        list.push_back(std::move(element));
+        if (context.Collector().Check(element != nullptr, missing))
+            list.push_back(std::move(element));
+        else
+            counter.WasNull();
     }
 }
 
@@ -95,17 +99,30 @@ template <class T> void ReadList(std::list<std::shared_ptr<T>>& list, ASceneSeri
                  [&](std::shared_ptr<T>& element) { context.Collector().ReadPtr<T>(element, context); });
 }
 
-/// Loads one reference through the collector of `TBase`; an object that is no `TItem`, like an empty
-/// reference, leaves `p` empty.
+/// True where a pointer to `TBase` may be cast to one to `TItem` without a check: not where the base is a virtual one.
+template <class TItem, class TBase, class = void> struct IsStaticDowncast : std::false_type
+{
+};
+template <class TItem, class TBase>
+struct IsStaticDowncast<TItem, TBase, std::void_t<decltype(static_cast<TItem*>(std::declval<TBase*>()))>>
+    : std::true_type
+{
+};
+
+/// Loads one reference through the collector of `TBase`; an object that is not a `TItem`, like a null reference, leaves
+/// `p` null.
 template <class TItem, class TBase> void ReadPtrAs(std::shared_ptr<TItem>& p, ASceneSerializeContext& context)
 {
     std::shared_ptr<TBase> loaded;
     context.Collector().ReadPtr<TBase>(loaded, context);
-    const TBase* const object = loaded.get();
-    if (object != nullptr && typeid(*object) == typeid(TItem)) // most are, and comparing is cheaper than casting
-        p = std::static_pointer_cast<TItem>(loaded);
-    else
-        p = std::dynamic_pointer_cast<TItem>(loaded);
+    if constexpr (IsStaticDowncast<TItem, TBase>::value) {
+        const TBase* const object = loaded.get();
+        if (object != nullptr && typeid(*object) == typeid(TItem)) { // most are, and comparing is cheaper than casting
+            p = std::static_pointer_cast<TItem>(loaded);
+            return;
+        }
+    }
+    p = std::dynamic_pointer_cast<TItem>(loaded);
 }
 
 /// Loads a list through the collector of `TBase`; an object that is no `TItem` counts as empty.

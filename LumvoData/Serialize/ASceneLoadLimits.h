@@ -6,7 +6,8 @@
 namespace Kelvra {
 
 /// Bounds that a caller sets for one load, for files that it trusts less, or memory that it has less of, than the
-/// library assumes. They tighten the library's own bounds, which hold whatever stands here.
+/// library assumes. They tighten the library's own bounds, which hold whatever stands here. How deep references may nest
+/// is set on the context, for both directions: ASceneSerializeContext::SetNestingLimit.
 ///
 /// - Units: bytes as they stand in the file, not as they come to lie in memory: a text may take twice as much
 ///   there, and every object adds what its class and its bookkeeping take.
@@ -22,8 +23,5 @@ struct ASceneLoadLimits
     std::uint64_t objects = Unlimited;
     /// Bytes of one text or one buffer. A count beyond raises `std::length_error` before anything is allocated.
     std::uint64_t blockBytes = Unlimited;
-    /// How deep references may nest, ASceneSerializeContext::MaxNesting at most. A deeper one is reported and reads
-    /// as empty.
-    int nesting = std::numeric_limits<int>::max();
 };
 } // namespace Kelvra

@@ -51,8 +51,10 @@ template <class T> void ReadVector(std::vector<std::shared_ptr<T>>& vector, ASce
     AReferenceCounter counter(count, context);
     while (counter.Next()) {
         std::shared_ptr<T> element = read();
-        if (SceneReports::Check(element != nullptr, SceneReports::StyleNotRead))
+        if (context.Collector().Check(element != nullptr, SceneReports::StyleNotRead))
             vector.push_back(std::move(element));
+        else
+            counter.WasNull();
     }
 }
 } // namespace Kelvra

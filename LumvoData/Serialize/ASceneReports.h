@@ -1,10 +1,6 @@
 #pragma once
 
-#include <LumvoData/Contracts/KelvraService/KvAssert.h>
-
 #include <cstddef>
-#include <string>
-#include <string_view>
 
 namespace Kelvra {
 
@@ -34,28 +30,15 @@ inline constexpr ASceneReport WrittenTooDeep{
     "Failed to write object, nested too deeply:", "serialize\\AScenePtrCollector", 50};
 inline constexpr ASceneReport HoldsItself{"Failed to write object, it holds itself:", "serialize\\AScenePtrCollector",
                                           44};
+inline constexpr ASceneReport NotCreatable{
+    "Written object cannot be loaded, no creator for class:", "serialize\\AScenePtrCollector", 53};
 
 inline constexpr ASceneReport ItemNotRead{"Failed to read item!", "Serialize/AEntitySerializer", 61};
 inline constexpr ASceneReport ItemNotReadAs{"Failed to read item!", "Serialize/AEntitySerializer", 117};
 inline constexpr ASceneReport ChildNotRead{"Can't find Node", "Serialize/ASceneNodeSerializer", 46};
 inline constexpr ASceneReport StyleNotRead{"Can't find Node", "Serialize/ASceneNodeSerializer", 89};
 
-/// Asks the assertion service.
-/// \returns the condition.
-inline bool Check(bool condition, const ASceneReport& report)
-{
-    return condition || KvAssert::Assert(false, report.message, report.source, report.line);
-}
-
 /// At least as many characters as any of these messages has.
 inline constexpr std::size_t LongestMessage = 64;
-
-/// Reports the message with a class name directly behind it. A name that has room for the message is not copied.
-inline void Fail(const ASceneReport& report, std::wstring className)
-{
-    const std::string_view message = report.message;
-    className.insert(className.begin(), message.begin(), message.end());
-    KvAssert::Assert(false, className, report.source, report.line);
-}
 } // namespace SceneReports
 } // namespace Kelvra

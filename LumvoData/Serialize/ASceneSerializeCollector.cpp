@@ -1,27 +1,58 @@
 #include <LumvoData/Serialize/ASceneSerializeCollector.h>
 
+#include <LumvoData/Contracts/KelvraData/AClassFactory.h>
+#include <LumvoData/Contracts/KelvraService/KvAssert.h>
 #include <LumvoData/Serialize/AScenePtrCollectorFactory.h>
+
+#include <string_view>
 
 namespace Kelvra {
 
 void ASceneSerializeCollector::Begin()
 {
-    m_Known.clear();
+    Forget();
     for (const auto& [name, creator] : TSingleton<AScenePtrCollectorFactory>::Instance().GetCreators())
         m_Collectors.insert_or_assign(name, std::shared_ptr<AScenePtrCollector>(creator->Create()));
 }
 
 void ASceneSerializeCollector::End()
 {
-    m_Known.clear();
+    Forget();
     m_Collectors.clear();
 }
 
-const std::shared_ptr<AScenePtrCollector>* ASceneSerializeCollector::Find(const std::wstring& className) const
+void ASceneSerializeCollector::Forget()
+{
+    m_Known.clear();
+    m_Checked.fill(nullptr);
+    m_NotCreatable.clear();
+}
+
+const std::shared_ptr<AScenePtrCollector>* ASceneSerializeCollector::Find(const std::wstring& className)
 {
     const auto found = m_Collectors.find(className);
-    if (!SceneReports::Check(found != m_Collectors.end(), SceneReports::CollectorNotFound))
+    if (!Check(found != m_Collectors.end(), SceneReports::CollectorNotFound))
         return nullptr;
     return &found->second;
+}
+
+bool ASceneSerializeCollector::Report(const ASceneReport& report)
+{
+    ++m_ReportCount;
+    return KvAssert::Assert(false, report.message, report.source, report.line);
+}
+
+void ASceneSerializeCollector::Fail(const ASceneReport& report, std::wstring className)
+{
+    const std::string_view message = report.message;
+    className.insert(className.begin(), message.begin(), message.end());
+    ++m_ReportCount;
+    KvAssert::Assert(false, className, report.source, report.line);
+}
+
+void ASceneSerializeCollector::CheckCreatableName(const std::wstring& className)
+{
+    if (!TSingleton<AClassFactory>::Instance().FindCreator(className) && m_NotCreatable.insert(className).second)
+        Fail(SceneReports::NotCreatable, className);
 }
 } // namespace Kelvra

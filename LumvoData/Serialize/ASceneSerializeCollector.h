@@ -1,11 +1,16 @@
 #pragma once
 
+#include <LumvoData/Contracts/KelvraData/AClassId.h>
 #include <LumvoData/Contracts/KelvraService/KvExport.h>
 #include <LumvoData/Serialize/AScenePtrCollector.h>
 #include <LumvoData/Serialize/ASceneReports.h>
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <typeinfo>
 #include <utility>
@@ -15,7 +20,8 @@ namespace Kelvra {
 
 class ASceneSerializeContext;
 
-/// The pointer collectors of one run, found by the class name of the type that the pointers share.
+/// The pointer collectors of one run, found by the class name of the type that the pointers share, and the count of
+/// what persistence reports in that run.
 ///
 /// The member templates need the whole type `T` and TScenePtrCollector.h.
 ///
@@ -40,7 +46,7 @@ public:
         if (found == nullptr)
             return nullptr;
         Collector* const collector = dynamic_cast<Collector*>(found->get());
-        if (SceneReports::Check(collector != nullptr, SceneReports::CollectorOfOtherType))
+        if (Check(collector != nullptr, SceneReports::CollectorOfOtherType))
             m_Known.push_back({&typeid(Collector), collector});
         return collector;
     }
@@ -49,7 +55,7 @@ public:
     template <class T> void WritePtr(const std::shared_ptr<T>& p, ASceneSerializeContext& context)
     {
         auto* const collector = GetCollector<T>();
-        if (SceneReports::Check(collector != nullptr, SceneReports::NothingWritten))
+        if (Check(collector != nullptr, SceneReports::NothingWritten))
             collector->Write(p, context);
     }
 
@@ -57,12 +63,32 @@ public:
     template <class T> void ReadPtr(std::shared_ptr<T>& p, ASceneSerializeContext& context)
     {
         auto* const collector = GetCollector<T>();
-        if (!SceneReports::Check(collector != nullptr, SceneReports::NothingRead))
+        if (!Check(collector != nullptr, SceneReports::NothingRead))
             return;
         std::shared_ptr<T> loaded;
         collector->Read(loaded, context);
         if (loaded)
             p = std::move(loaded);
+    }
+
+    /// How many reports were made through this set since it was made; neither Begin nor End sets it back.
+    [[nodiscard]] std::size_t GetReportCount() const noexcept { return m_ReportCount; }
+    /// Reports to the assertion service, and counts, a condition that is false.
+    /// \returns the condition.
+    bool Check(bool condition, const ASceneReport& report) { return condition || Report(report); }
+    /// Reports and counts a message followed directly by a class name. A name that has room for the message is not
+    /// copied.
+    void Fail(const ASceneReport& report, std::wstring className);
+    /// Reports a class that the class factory has no creator for: an object of it, written now, cannot be loaded. Each
+    /// such class name is reported once per run.
+    void CheckCreatable(const AClassId& id)
+    {
+        // Within a run an address means one identity, so that most objects cost one comparison.
+        const AClassId*& checked = m_Checked[reinterpret_cast<std::uintptr_t>(&id) / sizeof id % m_Checked.size()];
+        if (checked != &id) {
+            checked = &id;
+            CheckCreatableName(id.GetName());
+        }
     }
 
 private:
@@ -73,9 +99,15 @@ private:
         AScenePtrCollector* collector;
     };
 
-    const std::shared_ptr<AScenePtrCollector>* Find(const std::wstring& className) const;
+    const std::shared_ptr<AScenePtrCollector>* Find(const std::wstring& className);
+    void Forget();
+    bool Report(const ASceneReport& report);
+    void CheckCreatableName(const std::wstring& className);
 
     std::map<std::wstring, std::shared_ptr<AScenePtrCollector>> m_Collectors;
     std::vector<Known> m_Known;
+    std::array<const AClassId*, 32> m_Checked{}; // identities that were checked lately, by their addresses
+    std::set<std::wstring> m_NotCreatable;       // class names that were reported
+    std::size_t m_ReportCount = 0;
 };
 } // namespace Kelvra

@@ -5,7 +5,6 @@
 #include <LumvoData/Serialize/ASceneElements.h>
 #include <LumvoData/Serialize/ASceneReports.h>
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace Kelvra {
@@ -22,22 +21,38 @@ ASceneSerializeContext::~ASceneSerializeContext() = default;
 
 bool ASceneSerializeContext::Begin()
 {
-    static_assert(sizeof(Header) == 8, "the header is the first 8 bytes of the file");
     m_Collector.Begin();
     if (!m_File->Open(m_szFileName, m_bStoring ? CFile::modeCreate | CFile::modeWrite : CFile::modeRead))
         return false;
+    m_bFromFile = !m_bStoring;
+    if (m_File->GetBytesLeft() > m_Limits.fileBytes) {
+        m_File->Close();
+        m_TooLarge = std::make_error_code(std::errc::file_too_large);
+        return false;
+    }
+    return TransferHeader();
+}
+
+bool ASceneSerializeContext::BeginWithoutFile()
+{
+    m_Collector.Begin();
+    return TransferHeader();
+}
+
+bool ASceneSerializeContext::TransferHeader()
+{
+    static_assert(sizeof(Header) == 8, "the header is the first 8 bytes of the file");
     if (m_bStoring) {
         m_Header = {FileIdentifier, FormatVersion};
         Write(&m_Header, static_cast<int>(sizeof m_Header));
         return true;
     }
-    if (GetBytesLeft() > m_Limits.fileBytes) {
-        m_File->Close();
-        m_TooLarge = std::make_error_code(std::errc::file_too_large);
-        return false;
-    }
     Read(&m_Header, static_cast<int>(sizeof m_Header));
-    return m_Header.identifier == FileIdentifier && m_File->GetPosition() == sizeof m_Header;
+    // An override may have supplied the header from elsewhere, or from any number of the file's bytes.
+    const std::uint64_t taken = m_File->GetPosition();
+    const bool cut = taken > 0 && taken < sizeof m_Header && m_File->GetBytesLeft() == 0;
+    m_bFromFile = taken == sizeof m_Header;
+    return m_Header.identifier == FileIdentifier && !cut;
 }
 
 void ASceneSerializeContext::End()
@@ -71,21 +86,17 @@ void ASceneSerializeContext::Read(std::wstring& text)
         return;
     const auto size = static_cast<std::size_t>(count);
     const std::size_t bytes = size * sizeof(char16_t);
-    if (text.empty() && size <= s_ShortText && bytes <= std::min<std::uint64_t>(GetBytesLeft(), m_Limits.blockBytes)) {
+    if (text.empty() && size <= s_ShortText && bytes <= m_Limits.blockBytes) {
         char16_t units[s_ShortText] = {};
         Read(units, static_cast<int>(bytes));
         return KvText::FromUtf16({units, size}, text);
     }
-    const bool missing = AreElementsMissing(count, sizeof(char16_t), *this);
     std::u16string units;
     KvText::ToUtf16(text, units); // what stays where the file ends first
-    const std::size_t left = static_cast<std::size_t>(GetBytesLeft() + 1) / sizeof(char16_t);
-    const std::size_t known = missing ? std::min(size, std::max(left, units.size())) : size;
-    ReadElements(units, static_cast<std::int32_t>(known), *this);
+    ReadElements(units, count, *this);
     // A name of megabytes is not held twice to report it.
     text.reserve(&text == &m_ClassName ? size + SceneReports::LongestMessage : size);
     KvText::FromUtf16(units, text);
-    text.append(size - known, L'\0');
 }
 
 void ASceneSerializeContext::Read(void* data, int count)
@@ -96,7 +107,7 @@ void ASceneSerializeContext::Read(void* data, int count)
 
 std::uint64_t ASceneSerializeContext::GetBytesLeft() const noexcept
 {
-    return m_File->GetBytesLeft();
+    return m_bFromFile ? m_File->GetBytesLeft() : 0;
 }
 
 std::uint64_t ASceneSerializeContext::GetPosition() const noexcept
@@ -107,14 +118,6 @@ std::uint64_t ASceneSerializeContext::GetPosition() const noexcept
 const std::error_code& ASceneSerializeContext::GetError() const noexcept
 {
     return m_TooLarge ? m_TooLarge : m_File->GetError();
-}
-
-void ASceneSerializeContext::SetLimits(const ASceneLoadLimits& limits) noexcept
-{
-    if (m_bStoring)
-        return;
-    m_Limits = limits;
-    m_MaxDepth = std::min(limits.nesting, MaxNesting);
 }
 
 void ASceneSerializeContext::FailTooManyObjects() const

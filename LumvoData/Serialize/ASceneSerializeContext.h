@@ -7,6 +7,7 @@
 #include <LumvoData/Serialize/ASceneLoadObserver.h>
 #include <LumvoData/Serialize/ASceneSerializeCollector.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -26,6 +27,19 @@ class CFile;
 /// through the collectors), End. A loading caller that does not know how many roots there are reads until
 /// GetBytesLeft() is 0.
 ///
+/// Saving replaces the file from Begin on: after an exception what is left of it is incomplete. A caller that must not
+/// lose the former file saves under another name in the same folder, and renames it to the final name once End has
+/// returned and GetReportCount() is 0; Examples/replace_file.cpp shows how.
+///
+/// A derived class may take the bytes from elsewhere, or send them elsewhere: everything that is loaded goes through
+/// Read(void*, int), everything that is stored through Write(const void*, int). What such a class should know:
+///   - Begin opens the file that the context was made for. A class that needs no file calls BeginWithoutFile instead.
+///   - The context notices while it reads the header whether the bytes come from the file. If not, the bytes that are
+///     left in the file mean nothing, and GetBytesLeft() returns 0 unless it is overridden.
+///   - Counts may then exceed GetBytesLeft(). A text or a buffer is read until it is complete or 16 MiB of it were zero,
+///     which raises `std::length_error`; containers give up after 1,024 elements that read as null, and 16,384 in all
+///     containers. An override of GetBytesLeft() lifts both for what it says is there.
+///
 /// - Units: counts and offsets in bytes.
 /// - Ownership: owns its file and its collectors, which share the run's objects until End; cannot be copied.
 /// - Errors: Begin answers false where there is no scene file. A read beyond the end leaves the rest of its
@@ -33,13 +47,14 @@ class CFile;
 ///   write at the latest from End. `std::length_error` is raised, before anything is allocated, for a count in
 ///   the file whose elements are not in it and would take more than 16 MiB, for what is beyond the limits that
 ///   the caller set, and for a count too large to be written. After an exception the only use of a run is End; what
-///   was loaded before it is complete. The destructor swallows.
+///   was loaded before it is complete. The destructor ignores errors. What is reported to the assertion service does
+///   not stop the run; GetReportCount() says whether there was any.
 class KELVRA_API ASceneSerializeContext : public ASerializeContext
 {
 public:
     static constexpr std::int32_t FileIdentifier = 2011;
     static constexpr std::int32_t FormatVersion = 3;
-    /// How deep references may nest in each other, stored or loaded.
+    /// How deep references may nest in each other, stored or loaded, unless the context has another limit.
     static constexpr int MaxNesting = 1024;
 
     /// Remembers name and direction; touches no file.
@@ -71,34 +86,46 @@ public:
     [[nodiscard]] bool IsStoring() const noexcept { return m_bStoring; }
     [[nodiscard]] ASceneSerializeCollector& Collector() noexcept { return m_Collector; }
 
-    /// Bytes between the position and the end of a file that is being loaded; otherwise 0.
-    [[nodiscard]] std::uint64_t GetBytesLeft() const noexcept;
-    /// Offset of the next byte to be stored or loaded.
-    [[nodiscard]] std::uint64_t GetPosition() const noexcept;
+    /// Bytes between the position and the end of a file that is being loaded; otherwise 0. A derived class that takes
+    /// the bytes from elsewhere returns how many it can still supply, as far as it knows.
+    [[nodiscard]] virtual std::uint64_t GetBytesLeft() const noexcept;
+    /// Offset in the file of the next byte to be stored or loaded, for messages and observers.
+    [[nodiscard]] virtual std::uint64_t GetPosition() const noexcept;
+    /// True if the bytes that are loaded come from the file, so that there are no more than GetBytesLeft().
+    [[nodiscard]] bool IsFromFile() const noexcept { return m_bFromFile; }
     /// The identifier and the format version as they were read or written; 0 before Begin. Any version is
     /// accepted.
     [[nodiscard]] std::int32_t GetIdentifier() const noexcept { return m_Header.identifier; }
     [[nodiscard]] std::int32_t GetVersion() const noexcept { return m_Header.version; }
     /// Why the file could not be opened, or that it is too large; otherwise empty, whatever it holds.
     [[nodiscard]] const std::error_code& GetError() const noexcept;
+    /// How many reports persistence has made to the assertion service in this run, whatever handler received them; kept
+    /// after End. 0 for a save means that the file can be loaded whole. 0 for a load means that every reference was
+    /// read, not that the file had a byte for every field.
+    [[nodiscard]] std::size_t GetReportCount() const noexcept { return m_Collector.GetReportCount(); }
+
+    /// How deep references may nest, when storing and when loading: MaxNesting unless set. A deeper one is reported and
+    /// is written, or read, as null. The limit keeps hostile files from exhausting the stack: a thread that has the
+    /// stack for more levels may raise it, SECURITY.md says how much they take. A file that was saved with a raised
+    /// limit is loaded with a raised limit.
+    [[nodiscard]] int GetNestingLimit() const noexcept { return m_NestingLimit; }
+    void SetNestingLimit(int levels) noexcept { m_NestingLimit = levels; }
 
     /// Bounds of this load; none but the library's own at first. Set before Begin; nothing to a storing context.
     [[nodiscard]] const ASceneLoadLimits& GetLimits() const noexcept { return m_Limits; }
-    void SetLimits(const ASceneLoadLimits& limits) noexcept;
+    void SetLimits(const ASceneLoadLimits& limits) noexcept { m_Limits = limits; }
 
     /// Who is told of references and objects while they are loaded; null at first. The observer is not owned
     /// and outlives the run.
     [[nodiscard]] ASceneLoadObserver* GetObserver() const noexcept { return m_Observer; }
     void SetObserver(ASceneLoadObserver* observer) noexcept { m_Observer = observer; }
 
-    /// How many elements of containers may be tried behind the end of the file, in all containers of a run.
+    /// How many elements of containers may be missing after the end of the file, in all containers of a run.
     static constexpr int MaxMissingElements = 16 * 1024;
-    /// Counts one element of a container that is about to be loaded.
-    /// \returns false when the file has ended and MaxMissingElements have been tried behind its end.
-    [[nodiscard]] bool CanTryReference() noexcept
-    {
-        return GetBytesLeft() > 0 || m_MissingElements++ < MaxMissingElements;
-    }
+    /// True while more elements may be missing.
+    [[nodiscard]] bool CanMissElements() const noexcept { return m_MissingElements < MaxMissingElements; }
+    /// Counts an element that is missing: it read as null, and no bytes are left.
+    void CountMissingElement() noexcept { ++m_MissingElements; }
 
     /// Counts one object that is about to be loaded; `std::length_error` where the limits allow no more.
     void CountObject()
@@ -109,7 +136,7 @@ public:
     }
 
     /// True while one more reference may be nested in those that are being stored or loaded.
-    [[nodiscard]] bool CanNest() const noexcept { return m_Depth < m_MaxDepth; }
+    [[nodiscard]] bool CanNest() const noexcept { return m_Depth < m_NestingLimit; }
     /// Counts a reference as being stored or loaded for its own lifetime.
     class Nesting
     {
@@ -128,6 +155,12 @@ public:
     /// For the collectors to tell of the objects that they make.
     [[nodiscard]] AHeapPrefault& Heap() noexcept { return m_Heap; }
 
+protected:
+    /// Begin for a derived class whose bytes are not in a file: opens none, and transfers the header through Read or
+    /// Write.
+    /// \returns false if loading and the header does not start with the identifier.
+    [[nodiscard]] bool BeginWithoutFile();
+
 private:
     struct Header
     {
@@ -135,17 +168,19 @@ private:
         std::int32_t version = 0;
     };
 
+    bool TransferHeader();
     [[noreturn]] void FailTooManyObjects() const;
 
     ASceneSerializeCollector m_Collector;
     bool m_bStoring;
+    bool m_bFromFile = false;
     std::wstring m_szFileName;
     std::unique_ptr<CFile> m_File;
     Header m_Header;
     ASceneLoadLimits m_Limits;
     std::error_code m_TooLarge; // set where the limits refuse the file
     std::uint64_t m_Objects = 0;
-    int m_MaxDepth = MaxNesting;
+    int m_NestingLimit = MaxNesting;
     int m_Depth = 0;
     int m_MissingElements = 0;
     ASceneLoadObserver* m_Observer = nullptr;

@@ -28,10 +28,10 @@ namespace Kelvra {
 ///
 /// - Ownership: shares every object that was stored or loaded until the run ends, so that no address and no
 ///   key is met twice with another meaning.
-/// - Errors: reported to the assertion service. An unknown class, an object that is no `T`, and a reference
-///   nested more than ASceneSerializeContext::MaxNesting deep, or deeper than the limits of the load allow, read as
-///   empty, their records left unread. An object that holds itself, and one nested too deeply, are written as empty
-///   references.
+/// - Errors: reported to the assertion service and counted by the context. An unknown class, an object that is not a
+///   `T`, and a reference nested deeper than the context's limit read as null, their records left unread. An object
+///   that holds itself and one nested too deeply are written as null references. An object whose class the class
+///   factory cannot create is written, and reported once for each class name.
 template <class T> class KELVRA_TEMPLATE_API TScenePtrCollector<std::shared_ptr<T>> : public AScenePtrCollector
 {
 public:
@@ -42,26 +42,10 @@ public:
             return WriteKey(0, context);
         if (const std::uint32_t key = m_Stored.Find(p.get()); key != 0) {
             if (IsOpen(key))
-                SceneReports::Fail(SceneReports::HoldsItself, p->GetRuntimeClassId().GetName());
+                context.Collector().Fail(SceneReports::HoldsItself, p->GetRuntimeClassId().GetName());
             return WriteKey(IsOpen(key) ? 0 : key, context);
         }
-        if (!context.CanNest()) {
-            SceneReports::Fail(SceneReports::WrittenTooDeep, p->GetRuntimeClassId().GetName());
-            return WriteKey(0, context);
-        }
-        // Kept from here on, whatever stops its record: its address must not come to mean another object.
-        const std::uint32_t key = m_Stored.Add(p);
-        m_Open.resize(key, 1);
-        WriteKey(key, context);
-        context.Write(p->GetRuntimeClassId().GetName());
-        const ASceneSerializeContext::Nesting nesting(context);
-        try {
-            p->Serialize(context);
-        } catch (...) {
-            m_Open[key - 1] = 0;
-            throw;
-        }
-        m_Open[key - 1] = 0;
+        WriteObject(p, context);
     }
 
     /// Loads one reference into `p`: the empty reference and an exception leave it as it was, one that cannot be
@@ -80,29 +64,7 @@ public:
             p = std::move(known);
             return;
         }
-        std::wstring& className = context.ClassNameBuffer();
-        className.clear();
-        context.Read(className);
-        if (!context.CanNest()) {
-            SceneReports::Fail(SceneReports::ReadTooDeep, std::move(className));
-            return p.reset();
-        }
-        context.CountObject();
-        std::shared_ptr<T> object = Create(className);
-        if (!object)
-            return p.reset();
-        context.Heap().Follow(object.get());
-        if (static_cast<std::uint32_t>(key) == m_Objects.size() + 1)
-            m_Objects.push_back(nullptr);
-        const ASceneSerializeContext::Nesting nesting(context);
-        if (observer != nullptr)
-            observer->OnObjectBegin(*object, keyOffset, context.GetPosition());
-        object->Serialize(context);
-        if (observer != nullptr)
-            observer->OnObjectEnd(*object, context.GetPosition());
-        // The key is recorded last, because the record may hold references itself.
-        Record(key, object);
-        p = std::move(object);
+        ReadObject(p, key, keyOffset, context);
     }
 
     /// The object recorded in this run under `key`, or an empty pointer.
@@ -125,18 +87,71 @@ private:
         context.Write(&key, static_cast<int>(sizeof key));
     }
 
-    /// Makes an object; empty, and reported, when there is none of that class or it is no `T`. The name of an unknown
-    /// class is used up.
-    std::shared_ptr<T> Create(std::wstring& className)
+    /// Stores the first occurrence of an object.
+    void WriteObject(const std::shared_ptr<T>& p, ASceneSerializeContext& context)
+    {
+        const AClassId& classId = p->GetRuntimeClassId();
+        if (!context.CanNest()) {
+            context.Collector().Fail(SceneReports::WrittenTooDeep, classId.GetName());
+            return WriteKey(0, context);
+        }
+        context.Collector().CheckCreatable(classId);
+        // Kept from here on, whatever stops its record: its address must not come to mean another object.
+        const std::uint32_t key = m_Stored.Add(p);
+        m_Open.resize(key, 1);
+        WriteKey(key, context);
+        context.Write(classId.GetName());
+        const ASceneSerializeContext::Nesting nesting(context);
+        try {
+            p->Serialize(context);
+        } catch (...) {
+            m_Open[key - 1] = 0;
+            throw;
+        }
+        m_Open[key - 1] = 0;
+    }
+
+    /// Loads the first occurrence of an object, of which the key has been read.
+    void ReadObject(std::shared_ptr<T>& p, std::int32_t key, std::uint64_t keyOffset, ASceneSerializeContext& context)
+    {
+        ASceneLoadObserver* const observer = context.GetObserver();
+        std::wstring& className = context.ClassNameBuffer();
+        className.clear();
+        context.Read(className);
+        if (!context.CanNest()) {
+            context.Collector().Fail(SceneReports::ReadTooDeep, std::move(className));
+            return p.reset();
+        }
+        context.CountObject();
+        std::shared_ptr<T> object = Create(className, context.Collector());
+        if (!object)
+            return p.reset();
+        context.Heap().Follow(object.get());
+        if (static_cast<std::uint32_t>(key) == m_Objects.size() + 1)
+            m_Objects.push_back(nullptr);
+        const ASceneSerializeContext::Nesting nesting(context);
+        if (observer != nullptr)
+            observer->OnObjectBegin(*object, keyOffset, context.GetPosition());
+        object->Serialize(context);
+        if (observer != nullptr)
+            observer->OnObjectEnd(*object, context.GetPosition());
+        // The key is recorded last, because the record may hold references itself.
+        Record(key, object);
+        p = std::move(object);
+    }
+
+    /// Makes an object; null, and reported, if the class is unknown or is not a `T`. Consumes the name of an unknown
+    /// class.
+    std::shared_ptr<T> Create(std::wstring& className, ASceneSerializeCollector& reports)
     {
         if (!m_Creator || className != m_CreatorName)
             ChangeCreator(className);
         std::unique_ptr<AObject> created(m_Creator ? m_Creator->Create() : nullptr);
         if (!created)
-            SceneReports::Fail(SceneReports::ObjectNotCreated, std::move(className));
+            reports.Fail(SceneReports::ObjectNotCreated, std::move(className));
         T* const typed = CastCreated(created.get());
         if (typed == nullptr) {
-            SceneReports::Fail(SceneReports::ObjectOfOtherType, T::GetClassId().GetName());
+            reports.Fail(SceneReports::ObjectOfOtherType, T::GetClassId().GetName());
             return nullptr;
         }
         static_cast<void>(created.release());

@@ -288,13 +288,18 @@ INSTANTIATE_TEST_SUITE_P(Faults, FailingCalls,
                                          FailingCall{{"Close"}, Fault::CloseFails, std::errc::io_error, true, 1}),
                          RowName<FailingCall>);
 
-// A system may take less than it was given, and interrupt.
-TEST_F(Faults, WritesGoOnWhereTheyStopped)
+// A system may take or give less than it was asked for, and interrupt.
+TEST_F(Faults, WritesAndReadsGoOnWhereTheyStopped)
 {
-    Fault fault(Fault::WritesShort, 0);
+    Fault writes(Fault::WritesShort, 0);
     Save("other.scene");
-    EXPECT_FALSE(fault.Stop()) << "no write was short";
+    EXPECT_FALSE(writes.Stop()) << "no write was short";
     EXPECT_TRUE(ReadFile("other.scene") == m_File);
+    Node root;
+    Fault reads(Fault::ReadsShort, 0);
+    Load(root);
+    EXPECT_FALSE(reads.Stop()) << "no read was short";
+    EXPECT_TRUE(IsWhole(root));
 }
 
 TEST_F(Faults, WithoutMemoryForALargeBufferTheSmallOneDoes)

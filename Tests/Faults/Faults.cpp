@@ -151,13 +151,21 @@ extern "C" std::size_t fread(void* data, std::size_t size, std::size_t count, st
         s_State.left -= done * size;
         return done;
     }
-    const bool fails = Fails(Fault::ReadFails);
+    const bool isInterrupted = IsOn(Fault::ReadsShort) && s_State.left++ % 2 == 0;
+    const bool fails = Fails(Fault::ReadFails) || isInterrupted;
     const std::size_t done = s_Original(data, size, fails ? count / 2 : count, file);
     if (fails) {
         s_State.failed = file;
-        errno = EIO;
+        errno = isInterrupted ? EINTR : EIO;
     }
     return done;
+}
+
+extern "C" void clearerr(std::FILE* file) noexcept
+{
+    static const auto s_Original = Original<void(std::FILE*)>("clearerr");
+    s_State.failed = nullptr;
+    s_Original(file);
 }
 
 extern "C" int ferror(std::FILE* file) noexcept

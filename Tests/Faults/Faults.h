@@ -17,7 +17,8 @@ public:
         ReadFails,   ///< A read gives half of what it is asked for, for EIO.
         WriteFails,  ///< A write takes some of what it is given, and later ones nothing, for ENOSPC.
         CloseFails,  ///< Closing a file fails, for EIO.
-        WritesShort, ///< Writes take some of what they are given, and every third is interrupted.
+        WritesShort, ///< Writes take some of what they are given, and every fourth is interrupted.
+        ReadsShort,  ///< Every second read gives half of what it is asked for, and is interrupted.
         ChangeFails, ///< A call that creates, names, removes or flushes a file, or sets its permissions, fails for EIO.
         ChangeKills, ///< The process is killed before such a call.
         ChangeEnds,  ///< The process gets SIGTERM before such a call.

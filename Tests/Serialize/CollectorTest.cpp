@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using namespace Kelvra;
@@ -217,8 +218,8 @@ TEST_F(CollectorTest, KnownObjectsAreCheckedWhereverTheyAreHandedOut)
                                       CollectorReport(L"Failed to cast object:ASceneNode", 105)}));
 }
 
-/// A storable class that counts its objects and whose record is an edge's.
-class Counted : public ASubEdge
+/// A storable class that counts its objects and whose record is an edge's, which is a virtual base of it.
+class Counted : public virtual ASubEdge
 {
 public:
     Counted() { ++s_Alive; }
@@ -236,7 +237,9 @@ TEST_F(CollectorTest, ObjectsAreKeptByTheRunOrDestroyed)
     const Bytes whole = Bytes().Int(7).Text(u"Counted").EntityHeader(0).Int(0);
     const Bytes broken = Bytes().Int(1).Text(u"Counted").EntityHeader(0).Int(std::numeric_limits<int>::max());
     Load(Bytes(whole).Int(1).Text(u"Counted").Add(broken), [](ASceneSerializeContext& context) {
-        Next<ASubEntity>(context);
+        std::shared_ptr<Counted> counted;
+        ReadPtrAs<Counted, ASubEntity>(counted, context);
+        EXPECT_NE(std::exchange(counted, nullptr), nullptr);
         EXPECT_EQ(Counted::s_Alive, 1);
         EXPECT_EQ(Next<ATexture>(context), nullptr) << "of a wrong type";
         std::shared_ptr<ASubEntity> former = std::make_shared<ASubText>();
@@ -321,13 +324,49 @@ TEST_F(CollectorTest, AnObjectInsideOfItselfIsWrittenAsEmpty)
     EXPECT_EQ(TakeReports(), Reports(2, s_MemberMissing));
 }
 
+/// A storable class of which each object has a class name of its own.
+class Named : public ATexture
+{
+public:
+    explicit Named(const std::wstring& name) : m_Id(name) {}
+    const AClassId& GetRuntimeClassId() const override { return m_Id; }
+
+private:
+    AClassId m_Id;
+};
+
+TEST_F(CollectorTest, ObjectsThatNoLoadCanCreateAreReportedOncePerClass)
+{
+    std::vector<std::shared_ptr<ATexture>> textures{std::make_shared<ATexture>()};
+    Bytes expected = Texture(1, u"");
+    for (const std::u16string name : {u"AGhost", u"AGhost", u"ATexture", u"ASpirit", u"AGhost"}) {
+        textures.push_back(std::make_shared<Named>(std::wstring(name.begin(), name.end())));
+        expected.Int(static_cast<int>(textures.size())).Text(name).Text(u"").Text(u"").Byte(0);
+    }
+    const auto notCreatable = [](const wchar_t* name) {
+        return CollectorReport(std::wstring(L"Written object cannot be loaded, no creator for class:") + name, 53);
+    };
+    for (int run = 1; run <= 2; ++run) {
+        EXPECT_EQ(Store([&](ASceneSerializeContext& context) {
+                      for (const auto& texture : textures)
+                          context.Collector().WritePtr(texture, context);
+                  }),
+                  expected);
+        EXPECT_EQ(TakeReports(), (Reports{notCreatable(L"AGhost"), notCreatable(L"ASpirit")})) << run;
+    }
+}
+
 TEST_F(CollectorTest, NestingIsLimitedBothWays)
 {
     const Reports unwritten = {CollectorReport(L"Failed to write object, nested too deeply:AGroupEntity", 50)};
     const Reports unread = {CollectorReport(L"Failed to read object, nested too deeply:AGroupEntity", 120),
                             s_MemberMissing};
-    for (const int levels : {1024, 1025}) {
-        const bool tooDeep = levels > 1024;
+    for (const auto& [limit, levels] : std::vector<std::pair<int, int>>{{1024, 1024}, {1024, 1025}, {1500, 1500}}) {
+        const bool tooDeep = levels > limit;
+        const auto setLimit = [limit = limit](ASceneSerializeContext& context) {
+            if (limit != 1024)
+                context.SetNestingLimit(limit);
+        };
         std::shared_ptr<AEntity> root;
         Bytes whole, cut;
         for (int i = 1; i <= levels; ++i) {
@@ -336,11 +375,16 @@ TEST_F(CollectorTest, NestingIsLimitedBothWays)
                 group->AddEntity(root);
             root = std::move(group);
             whole.Add(Group(i, i < levels ? 1 : 0));
-            i <= 1024 ? cut.Add(Group(i, i < levels ? 1 : 0)) : cut.Int(0);
+            i <= limit ? cut.Add(Group(i, i < levels ? 1 : 0)) : cut.Int(0);
         }
-        EXPECT_TRUE(StoreReference(root) == cut) << levels;
+        const Bytes stored = Store([&](ASceneSerializeContext& context) {
+            setLimit(context);
+            context.Collector().WritePtr(root, context);
+        });
+        EXPECT_TRUE(stored == cut) << levels;
         EXPECT_EQ(TakeReports(), tooDeep ? unwritten : Reports());
         Load(whole.Add(Group(-1, 0)), [&](ASceneSerializeContext& context) {
+            setLimit(context);
             EXPECT_NE(Next<AEntity>(context), nullptr);
             EXPECT_EQ(TakeReports(), tooDeep ? unread : Reports());
             if (!tooDeep) {

@@ -2,10 +2,13 @@
 
 #include <cstdint>
 #include <limits>
+#include <list>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 using namespace Kelvra;
 
@@ -139,12 +142,13 @@ protected:
         return file.Int(1).Text(u"ASubText").EntityHeader(0).Text(u"a text of 20 letters").Fill(24 + 32);
     }
     /// What the file gives within these limits.
-    std::shared_ptr<AEntity> LoadWithin(const ASceneLoadLimits& limits)
+    std::shared_ptr<AEntity> LoadWithin(const ASceneLoadLimits& limits, int levels = 3)
     {
         WriteFile(File());
         std::shared_ptr<AEntity> entity;
         ASceneSerializeContext context(FileName(), false);
         context.SetLimits(limits);
+        context.SetNestingLimit(levels);
         if (context.Begin())
             context.Collector().ReadPtr(entity, context);
         else
@@ -160,7 +164,6 @@ TEST_F(Limits, AreKeptToTheLastByteObjectAndLevel)
     limits.fileBytes = File().Size();
     limits.objects = 3;
     limits.blockBytes = 40; // the text's; class names are shorter
-    limits.nesting = 3;
     EXPECT_EQ(Bytes::Header().Add(StoreReference(LoadWithin(limits))), File());
     EXPECT_EQ(TakeReports(), Reports());
 
@@ -174,9 +177,7 @@ TEST_F(Limits, AreKeptToTheLastByteObjectAndLevel)
     --fewer.blockBytes;
     EXPECT_THROW(LoadWithin(fewer), std::length_error);
     EXPECT_EQ(TakeReports(), Reports());
-    fewer = limits;
-    --fewer.nesting;
-    EXPECT_NE(LoadWithin(fewer), nullptr) << "without the text";
+    EXPECT_NE(LoadWithin(limits, 2), nullptr) << "without the text";
     EXPECT_EQ(TakeReports(),
               (Reports{{L"Failed to read object, nested too deeply:ASubText", "serialize\\AScenePtrCollector", 120},
                        {L"Failed to read item!", "Serialize/AEntitySerializer", 117}}));
@@ -219,7 +220,6 @@ TEST_F(Limits, NeitherBindStoringNorWidenOtherBounds)
 {
     ASceneLoadLimits limits;
     limits.fileBytes = limits.objects = limits.blockBytes = 0;
-    limits.nesting = 0;
     const std::shared_ptr<AEntity> entity = LoadWithin({});
     {
         ASceneSerializeContext context(FileName(), true);
@@ -238,5 +238,54 @@ TEST_F(Limits, NeitherBindStoringNorWidenOtherBounds)
     ASSERT_TRUE(context.Begin());
     std::wstring text;
     EXPECT_THROW(context.Read(text), std::length_error);
+}
+
+/// Loads from memory, and has nothing to say but the bytes.
+class MemoryContext : public ASceneSerializeContext
+{
+public:
+    MemoryContext(const std::wstring& fileName, Bytes bytes)
+        : ASceneSerializeContext(fileName, false), m_Bytes(std::move(bytes))
+    {}
+    using ASceneSerializeContext::BeginWithoutFile;
+    using ASceneSerializeContext::Read;
+    void Read(void* data, int count) override
+    {
+        m_At += m_Bytes.Data().copy(static_cast<char*>(data), static_cast<std::size_t>(count), m_At);
+    }
+
+private:
+    Bytes m_Bytes;
+    std::size_t m_At = 0;
+};
+
+// What a derived context supplies is loaded whole, whatever is in the file that it was made for. What is declared and
+// not supplied ends.
+TEST_F(ContextTest, BytesMayComeFromElsewhere)
+{
+    constexpr int members = 20'000, numbers = 5'000'000, huge = std::numeric_limits<int>::max();
+    Bytes file = Bytes::Header().Int(1).Text(u"AGroupEntity").EntityHeader(0).Int(members);
+    for (int key = 2; key < members + 2; ++key)
+        file.Int(key).Text(u"AMeshEntity").EntityHeader(0).Int(0);
+    file.Text(std::u16string(40, u'x')).Fill(std::size_t{4} * numbers, 1).Int(huge);
+    for (const std::size_t inFile : {0U, 7U, 1'000'000U}) {
+        WriteFile(Bytes().Fill(inFile, 7));
+        MemoryContext context(FileName(), file);
+        ASSERT_TRUE(inFile == 7 ? context.BeginWithoutFile() : context.Begin());
+        std::shared_ptr<AEntity> group;
+        std::wstring text;
+        std::vector<float> buffer;
+        std::list<std::shared_ptr<AEntity>> missing;
+        context.Collector().ReadPtr(group, context);
+        EXPECT_EQ(dynamic_cast<AGroupEntity&>(*group).GetAll().size(), std::size_t{members});
+        context.Read(text);
+        EXPECT_EQ(text, std::wstring(40, L'x'));
+        ReadElements(buffer, numbers, context);
+        EXPECT_GT(buffer.back(), 0);
+        EXPECT_EQ(context.GetReportCount(), 0U);
+        ReadList(missing, context);
+        EXPECT_EQ(context.GetReportCount(), 1024U);
+        EXPECT_THROW(ReadElements(text, huge, context), std::length_error);
+    }
 }
 } // namespace

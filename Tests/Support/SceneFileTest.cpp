@@ -14,6 +14,7 @@ std::ostream& operator<<(std::ostream& out, const Report& report)
 SceneFileTest::SceneFileTest(const std::filesystem::path& parent)
     : m_Scope([this](const KvReport& report) {
           m_Reports.push_back({std::wstring(report.message), report.source, report.line});
+          ++m_Reported;
       })
 {
     // Tests run side by side: the folder's name must be its own.
@@ -49,8 +50,10 @@ Bytes SceneFileTest::Store(const Run& run)
     std::filesystem::remove(PathOf("test.scene")); // as in WriteFile
     ASceneSerializeContext context(FileName(), true);
     EXPECT_TRUE(context.Begin());
+    const std::size_t before = m_Reported;
     run(context);
     context.End();
+    EXPECT_EQ(context.GetReportCount(), m_Reported - before);
     const Bytes file = ReadFile();
     EXPECT_EQ(file.First(8), Bytes::Header());
     return Bytes(file.Data().substr(8));
@@ -61,6 +64,8 @@ void SceneFileTest::Load(const Bytes& records, const Run& run)
     WriteFile(Bytes::Header().Add(records));
     ASceneSerializeContext context(FileName(), false);
     ASSERT_TRUE(context.Begin());
+    const std::size_t before = m_Reported;
     run(context);
     context.End();
+    EXPECT_EQ(context.GetReportCount(), m_Reported - before);
 }

@@ -46,7 +46,8 @@ public:
     [[nodiscard]] Bytes ReadFile(const std::string& name = "test.scene") const;
 
     using Run = std::function<void(Kelvra::ASceneSerializeContext&)>;
-    /// What `run` stores behind the header of a scene file.
+    /// What `run` stores behind the header of a scene file. The context counts all that is reported meanwhile, here and
+    /// in Load.
     Bytes Store(const Run& run);
     /// Lets `run` load from a scene file of the given records, the header not included.
     void Load(const Bytes& records, const Run& run);
@@ -80,6 +81,7 @@ public:
 private:
     std::filesystem::path m_Folder;
     Reports m_Reports;
+    std::size_t m_Reported = 0; // taken or not
     Kelvra::KvAssertScope m_Scope;
 };
 

@@ -19,7 +19,7 @@ namespace {
 std::FILE* OpenStream(const std::filesystem::path& path, bool writing)
 {
 #if defined(_WIN32)
-    return _wfsopen(path.c_str(), writing ? L"wb" : L"rb", _SH_DENYRW);
+    return _wfsopen(path.c_str(), writing ? L"wb" : L"rb", writing ? _SH_DENYRW : _SH_DENYWR);
 #else
     return std::fopen(path.c_str(), writing ? "wb" : "rb");
 #endif
@@ -201,13 +201,18 @@ void CFile::EnlargeBuffer() noexcept
 
 std::size_t CFile::ReadFromSystem(void* data, std::size_t count)
 {
-    errno = 0;
-    const std::size_t done = std::fread(data, 1, count, m_File);
-    if (done < count && std::ferror(m_File) != 0) {
-        m_Error = SystemError();
-        Fail("cannot read");
+    std::size_t done = 0;
+    for (;;) {
+        errno = 0;
+        done += std::fread(static_cast<char*>(data) + done, 1, count - done, m_File);
+        if (done == count || std::ferror(m_File) == 0)
+            return done;
+        if (errno != EINTR) {
+            m_Error = SystemError();
+            Fail("cannot read");
+        }
+        std::clearerr(m_File);
     }
-    return done;
 }
 
 bool CFile::WriteToSystem(const char* data, std::size_t count) noexcept

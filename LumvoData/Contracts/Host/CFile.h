@@ -21,10 +21,10 @@ namespace Kelvra {
 ///
 /// - Units: bytes. Offsets count from the start of the file.
 /// - Ownership: owns its buffer and the open file; can be neither copied nor moved.
-/// - Errors: Open answers false and keeps the reason. A failed or short write, a failed read, flush or close
+/// - Errors: Open returns false and keeps the reason. A failed or short write, a failed read, flush or close
 ///   throws `std::system_error` with the file's name and the system's reason. Once a write has failed, every
-///   later Write and the Close throw the same reason again, so that no gap stays unnoticed. The destructor
-///   swallows.
+///   later Write and the Close throw the same reason again, so that no gap stays unnoticed. Calls that a signal
+///   interrupts are repeated. The destructor ignores errors.
 class KELVRAHOST_API CFile
 {
 public:
@@ -41,8 +41,9 @@ public:
     CFile& operator=(const CFile&) = delete;
 
     /// Opens `fileName` with modeRead, or with modeCreate | modeWrite; a file that is still open is closed
-    /// first. Directories, pipes and other things without a size cannot be read. On Windows nobody else can open the
-    /// file meanwhile; POSIX systems have no such request.
+    /// first. Directories, pipes and other things without a size cannot be read. Meanwhile nobody else on Windows can
+    /// open a file that is being written, and everybody can read but nobody can write one that is being read; POSIX
+    /// systems have no such request.
     /// \returns true when the file is open; otherwise GetError() says why it is not.
     bool Open(const std::wstring& fileName, unsigned flags);
     [[nodiscard]] bool IsOpen() const noexcept { return m_File != nullptr; }
