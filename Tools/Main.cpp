@@ -46,7 +46,7 @@ ExitCode Execute(std::vector<std::string> arguments)
                "Example:    lumvo demo flange.scene && lumvo tree flange.scene\n"
                "Help on a verb: lumvo VERB --help");
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("lumvo: ") + error.what() + "\n       Run with --help for more information.\n";
+        return "lumvo: " + ShowLines(error.what()) + "\n       Run with --help for more information.\n";
     });
     AddCheck(app, run);
     AddConvert(app, run);

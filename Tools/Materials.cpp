@@ -119,7 +119,7 @@ ExitCode RunMaterials(const Options& options)
     if (!options.xml.empty()) {
         const std::shared_ptr<AMaterial> material = table.FindMaterial(KvText::FromUtf8(options.xml));
         if (!material) {
-            std::cerr << "lumvo: there is no system material " << Show(KvText::FromUtf8(options.xml))
+            std::cerr << "lumvo: there is no system material " << Show(options.xml)
                       << "; 'lumvo materials' lists them\n";
             return ExitUsage;
         }

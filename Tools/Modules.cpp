@@ -124,7 +124,7 @@ void Modules::TryModule(const fs::path& file, const std::string& origin)
     } else if (dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr) {
         const char* const reason = dlerror();
         attempt.broken = true;
-        attempt.reason = Show(KvText::FromUtf8(reason != nullptr ? reason : "unknown reason"), 400);
+        attempt.reason = Show(reason != nullptr ? reason : "unknown reason", 400);
     } else {
         attempt.loaded = true;
         ForEachService([&](wchar_t kind, const std::wstring& name, const auto& /*service*/) {

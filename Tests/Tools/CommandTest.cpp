@@ -77,6 +77,7 @@ INSTANTIATE_TEST_SUITE_P(
              0,
              {"AGroupSceneNode"},
              {"cut.scene: note: at byte 51: the file ends early: 128 bytes"}},
+        Call{"UnsafeVerb", "\x1B[31m", 2, {}, {"\\x001B[31m"}},
         Call{"Count", "info count.scene", 3, {}, {"count.scene: at byte 16: the count before this byte"}},
         Call{"Missing", "info missing.scene", 3, {}, {"missing.scene: cannot be opened: No such file"}},
         Call{"Folder", "tree folder", 3, {}, {"folder: is a folder"}},
