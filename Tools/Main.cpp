@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <iterator>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -73,10 +75,35 @@ ExitCode Execute(std::vector<std::string> arguments)
         return error.GetExitCode();
     }
 }
+
+/// Says what the exception that is being handled is.
+ExitCode StopWithException()
+try {
+    throw;
+} catch (const std::bad_alloc&) {
+    std::fputs("lumvo: stopped: not enough memory\n", stderr);
+    return ExitCannotRead;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "lumvo: stopped: %s\n", ShowLines(error.what()).c_str());
+    return ExitCannotRead;
+} catch (...) {
+    std::fputs("lumvo: stopped: unknown exception\n", stderr);
+    return ExitCannotRead;
+}
+
+/// Ends the program where an exception cannot be caught. Destructors can need memory too: those of JSON documents do.
+[[noreturn]] void EndAtOnce()
+{
+    RemoveTemporaries();
+    if (std::current_exception())
+        std::_Exit(StopWithException());
+    std::abort();
+}
 } // namespace
 
 int main(int argc, char** argv)
 try {
+    std::set_terminate(EndAtOnce);
     Lumvo::WatchSignals();
     std::setlocale(LC_CTYPE, ""); // tells the terminal's encoding; numbers are written without it
     const Lumvo::ExitCode code = Execute(Arguments(argc, argv));
@@ -86,7 +113,6 @@ try {
         return Lumvo::ExitCannotWrite;
     }
     return code;
-} catch (const std::exception& error) {
-    std::fprintf(stderr, "lumvo: stopped: %s\n", error.what());
-    return Lumvo::ExitCannotRead;
+} catch (...) {
+    return StopWithException();
 }

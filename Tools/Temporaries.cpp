@@ -23,9 +23,7 @@ std::array<Slot, 64> s_Slots;
 
 void RemoveAllAndEnd(int signal)
 {
-    for (auto slot = s_Slots.rbegin(); slot != s_Slots.rend(); ++slot) // files before the folders that hold them
-        if (slot->used.load() && unlink(slot->path.data()) != 0)
-            rmdir(slot->path.data());
+    RemoveTemporaries();
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }
@@ -71,6 +69,13 @@ void Temporary::Forget() noexcept
     if (m_Slot >= 0)
         s_Slots[static_cast<std::size_t>(m_Slot)].used.store(false);
     m_Slot = -1;
+}
+
+void RemoveTemporaries() noexcept
+{
+    for (auto slot = s_Slots.rbegin(); slot != s_Slots.rend(); ++slot) // files before the folders that hold them
+        if (slot->used.load() && unlink(slot->path.data()) != 0)
+            rmdir(slot->path.data());
 }
 
 void WatchSignals()

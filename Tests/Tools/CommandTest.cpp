@@ -187,6 +187,24 @@ class Command : public ToolTest
 {
 };
 
+#if !defined(__SANITIZE_ADDRESS__) // which takes more memory than there is
+// However little memory there is, the command ends by itself.
+TEST_F(Command, EndsWithoutMemory)
+{
+    static constexpr int s_Items = 300'000;
+    Bytes list = Bytes().Int(1).Text(u"AListEntity").EntityHeader(0).Int(s_Items);
+    list.Int(1).Text(u"ASubEdge").EntityHeader(0).Int(0);
+    for (int i = 1; i < s_Items; ++i)
+        list.Int(1);
+    PutScene("scene", EntityNode(1).Add(list));
+    for (int limit = 20'000; limit <= 60'000; limit += 2'000) {
+        const Outcome outcome =
+            Shell("ulimit -c 0 && ulimit -v " + std::to_string(limit) + " && " LUMVO_PROGRAM " tree --json scene");
+        EXPECT_THAT(outcome.code, testing::AnyOf(0, 3)) << limit << outcome.err;
+    }
+}
+#endif
+
 // The demonstration holds every class that a file can carry, its sharing survives, and nothing else is left.
 TEST_F(Command, DemoSavesLoadsAndProves)
 {
