@@ -19,7 +19,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -107,34 +106,22 @@ void PutUnderOneNode(Roots& roots, const AMath::Matrix4& placement)
 /// Numbers the nodes that have no id yet, in the order of the scene, with numbers that no node has.
 void NumberNodes(const Roots& roots)
 {
-    std::unordered_set<int> taken;
-    std::vector<ASceneNode*> nodes;
-    std::unordered_set<const ASceneNode*> seen;
-    std::vector<ASceneNode*> ahead;
-    const auto meet = [&](const std::shared_ptr<ASceneNode>& node) {
-        if (node && seen.insert(node.get()).second)
-            ahead.push_back(node.get());
-    };
-    for (auto root = roots.rbegin(); root != roots.rend(); ++root)
-        meet(*root);
-    while (!ahead.empty()) {
-        ASceneNode* const node = ahead.back();
-        ahead.pop_back();
-        nodes.push_back(node);
-        taken.insert(node->GetId());
-        if (const auto* const group = dynamic_cast<const AGroupSceneNode*>(node)) {
-            const auto& children = group->GetChildNodes();
-            for (auto child = children.rbegin(); child != children.rend(); ++child)
-                meet(*child);
-        }
-    }
+    std::vector<int> taken; // in order: no choice of ids makes the search slow, as it could in a hash table
+    std::vector<ASceneNode*> nameless;
+    ForEachNode(roots, [&](ASceneNode& node) {
+        if (node.GetId() == -1)
+            nameless.push_back(&node);
+        else if (node.GetId() > 0)
+            taken.push_back(node.GetId());
+    });
+    std::sort(taken.begin(), taken.end());
+    auto ahead = taken.begin();
     int next = 1;
-    for (ASceneNode* const node : nodes)
-        if (node->GetId() == -1) {
-            while (taken.count(next) > 0)
-                ++next;
-            node->SetId(next++);
-        }
+    for (ASceneNode* const node : nameless) {
+        for (; ahead != taken.end() && *ahead <= next; ++ahead)
+            next += *ahead == next ? 1 : 0;
+        node->SetId(next++);
+    }
 }
 
 void PrintLeftOut(const std::vector<Loss>& losses)
