@@ -34,8 +34,8 @@ constexpr const char* s_Footer =
     "Nodes that a model brings without an id are numbered from 1 on, in the order of the scene; --unit-scale and --up\n"
     "put everything under one more node. What has no place in OUT is listed as left out and does no harm to the exit\n"
     "code. Files that go with OUT, such as the .mtl of an .obj and what --images writes, are listed too.\n"
-    "JSON: {in: [{file, bytes, format, leftOut: [{what, count}], messages}], out: {file, bytes, format, leftOut},\n"
-    "       objects: {CLASS: count}, references, sharedObjects, beside: [FILE],\n"
+    "JSON: {in: [{file, bytes, format, endsEarly, leftOut: [{what, count}], messages}],\n"
+    "       out: {file, bytes, format, leftOut}, objects: {CLASS: count}, references, sharedObjects, beside: [FILE],\n"
     "       duplicates: {textures, materials, styles, pieces, entities} or null}\n"
     "Example: lumvo convert --dedupe --up y engine.glb stand.obj workshop.scene";
 
@@ -76,11 +76,6 @@ struct Summary
         }
     }
 };
-
-std::string FormatOf(const LoadedScene& scene)
-{
-    return scene.origin ? Show(scene.origin->title) : "scene file";
-}
 
 /// The transform from the inputs' coordinates to the result's.
 AMath::Matrix4 Placement(const Options& options, bool toGltf)
@@ -136,7 +131,7 @@ void Print(const Summary& summary, const OutputFiles& files)
     std::cout << screen.Paint(Screen::Strong, ShowPath(files.GetMain().GetFile())) << '\n';
     for (const LoadedScene& input : summary.inputs) {
         std::cout << "  from        " << ShowPath(input.file) << ": " << Plural(input.size, "byte") << ", "
-                  << FormatOf(input) << '\n';
+                  << input.GetFormat() << '\n';
         PrintLeftOut(input.losses);
         input.messages.Print(std::cout, "    ");
     }
@@ -160,11 +155,7 @@ void PrintAsJson(const Summary& summary, const OutputFiles& files)
 {
     Json in = Json::array();
     for (const LoadedScene& input : summary.inputs)
-        in.push_back({{"file", PathToJson(input.file)},
-                      {"bytes", input.size},
-                      {"format", FormatOf(input)},
-                      {"leftOut", ToJson(input.losses)},
-                      {"messages", input.messages.ToJson()}});
+        in.push_back(InputToJson(input));
     Json beside = Json::array();
     for (const std::filesystem::path& file : files.GetBeside())
         beside.push_back(PathToJson(file));

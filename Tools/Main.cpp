@@ -43,8 +43,8 @@ ExitCode Execute(std::vector<std::string> arguments)
         ->check(CLI::IsMember({"always", "never", "auto"}))
         ->type_name("WHEN");
     app.fallthrough();
-    app.footer("Exit codes: 0 fine, 1 something was found wrong, such as messages while a file was loaded,\n"
-               "            2 wrong usage, 3 a file cannot be read, 4 a file cannot be written\n"
+    app.footer("Exit codes: 0 fine, 1 something was found wrong, such as a file that ends early or messages while one\n"
+               "            was loaded, 2 wrong usage, 3 a file cannot be read, 4 a file cannot be written\n"
                "Example:    lumvo demo flange.scene && lumvo tree flange.scene\n"
                "Help on a verb: lumvo VERB --help");
     app.failure_message([](const CLI::App*, const CLI::Error& error) {

@@ -146,9 +146,13 @@ void AddMaterials(CLI::App& app, Run& run)
     CLI::App* const verb = app.add_subcommand("materials", "Show the system materials, or a material kept as XML");
     const auto options = std::make_shared<Options>();
     verb->footer(s_Footer);
-    CLI::Option* const xml =
-        verb->add_option("--xml", options->xml, "Print this system material as XML")->type_name("NAME");
-    verb->add_option("--read", options->read, "Show the material in this XML file")->type_name("FILE")->excludes(xml);
+    CLI::Option* const xml = verb->add_option("--xml", options->xml, "Print this system material as XML")
+                                 ->check(NotEmpty())
+                                 ->type_name("NAME");
+    verb->add_option("--read", options->read, "Show the material in this XML file")
+        ->check(NotEmpty())
+        ->type_name("FILE")
+        ->excludes(xml);
     verb->add_flag("--json", options->json, "Print one JSON document")->excludes(xml);
     verb->callback([options, &run] { run = [options] { return RunMaterials(*options); }; });
 }

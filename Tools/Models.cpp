@@ -3,6 +3,7 @@
 #include <Tools/FileError.h>
 #include <Tools/Output.h>
 #include <Tools/Temporaries.h>
+#include <Tools/Verbs.h>
 
 #include <Formats/Support/FormatListener.h>
 
@@ -81,6 +82,7 @@ void ModelOptions::AddTo(CLI::App& verb)
 {
     Modules::AddOption(verb, plugins);
     verb.add_option("--service", service, "Load with this service, whatever the file is called; see lumvo formats")
+        ->check(NotEmpty())
         ->type_name("NAME");
     CLI::Option* const whole =
         verb.add_flag("--mesh", mesh, "Load all geometry of a model as one entity; scene files are loaded as they are");
@@ -237,17 +239,10 @@ LoadedScene ModelLoader::LoadWith(const Modules::Entry& entry, const std::filesy
                             : "cannot be loaded, and the module that was asked does not say why",
                         advice);
     }
+    KeepFourStyles(scene);
     scene.rootReferences = scene.roots.size();
     std::error_code ignored;
     scene.size = std::filesystem::file_size(file, ignored);
     return scene;
-}
-
-void PrintLosses(const LoadedScene& scene)
-{
-    for (const Loss& loss : scene.losses)
-        std::cerr << "lumvo: " << ShowPath(scene.file)
-                  << ": note: left out, because a scene has no place for it: " << Show(loss.count) << " x " << loss.what
-                  << '\n';
 }
 } // namespace Lumvo

@@ -2,6 +2,7 @@
 
 #include <Tools/FileError.h>
 #include <Tools/Output.h>
+#include <Tools/Verbs.h>
 
 #include <Formats/Support/FormatServices.h>
 
@@ -70,6 +71,7 @@ int PriorityOf(const Modules::Entry& entry)
 void Modules::AddOption(CLI::App& verb, std::vector<std::string>& folders)
 {
     verb.add_option("--plugins", folders, "Look for format modules in this folder first; can be given several times")
+        ->check(NotEmpty())
         ->type_name("DIR")
         ->allow_extra_args(false);
 }

@@ -173,13 +173,7 @@ ExitCode RunTree(const Options& options)
     else
         Print(scene, walk, options);
     std::cout.flush(); // keeps its place before the notes
-    PrintEarlyEnd(scene);
-    PrintLosses(scene);
-    if (scene.messages.GetCount() > 0) {
-        std::cerr << "lumvo: " << ShowPath(scene.file) << ": loading reported "
-                  << Plural(scene.messages.GetCount(), "message") << ":\n";
-        scene.messages.Print(std::cerr, "       ");
-    }
+    PrintLoadReport(scene);
     return scene.GetExitCode();
 }
 } // namespace
