@@ -74,6 +74,8 @@ void PrintSalvaged(const Salvaged& salvaged, const std::string& out)
                   << salvaged.lostOffset << " on\n";
     if (salvaged.dropped > 0)
         std::cout << "  lost  " << Plural(salvaged.dropped, "reference") << " that no loader keeps\n";
+    if (salvaged.styles > 0)
+        std::cout << "  lost  " << Plural(salvaged.styles, "style") << " beyond the four of a node\n";
 }
 
 Json ToJson(const Salvaged& salvaged, const std::string& out)
@@ -84,7 +86,8 @@ Json ToJson(const Salvaged& salvaged, const std::string& out)
             {"bytes", salvaged.bytes},
             {"lostBytes", salvaged.lostBytes},
             {"lostOffset", salvaged.lostOffset},
-            {"droppedReferences", salvaged.dropped}};
+            {"droppedReferences", salvaged.dropped},
+            {"droppedStyles", salvaged.styles}};
 }
 
 ExitCode CheckOne(const std::string& file, const Options& options, std::vector<Json>& results)
@@ -187,6 +190,7 @@ void AddCheck(CLI::App& app, Run& run)
         ->type_name("N");
     verb->add_option("--salvage", options->salvage,
                      "Write a valid scene of what is complete before the first bad record; for one FILE")
+        ->check(NotEmpty())
         ->type_name("OUT");
     verb->add_flag("--codes", options->listCodes, "List the codes, their severities and meanings");
     verb->add_flag("--json", options->json, "Print one JSON document");

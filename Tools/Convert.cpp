@@ -19,7 +19,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -37,8 +36,8 @@ constexpr const char* s_Footer =
     "code. Files that go with OUT, such as the .mtl of an .obj and what --images writes, are listed too. They never\n"
     "replace a file: if out.mtl exists, the new one is out-2.mtl, and the old OUT's is removed with it, so that the\n"
     "names alternate.\n"
-    "JSON: {in: [{file, bytes, format, leftOut: [{what, count}], messages}], out: {file, bytes, format, leftOut},\n"
-    "       objects: {CLASS: count}, references, sharedObjects, beside: [FILE],\n"
+    "JSON: {in: [{file, bytes, format, endsEarly, leftOut: [{what, count}], messages}],\n"
+    "       out: {file, bytes, format, leftOut}, objects: {CLASS: count}, references, sharedObjects, beside: [FILE],\n"
     "       duplicates: {textures, materials, styles, pieces, entities} or null}\n"
     "Example: lumvo convert --dedupe --up y engine.glb stand.obj workshop.scene";
 
@@ -80,11 +79,6 @@ struct Summary
     }
 };
 
-std::string FormatOf(const LoadedScene& scene)
-{
-    return scene.origin ? Show(scene.origin->title) : "scene file";
-}
-
 /// The transform from the inputs' coordinates to the result's.
 AMath::Matrix4 Placement(const Options& options, bool toGltf)
 {
@@ -109,34 +103,22 @@ void PutUnderOneNode(Roots& roots, const AMath::Matrix4& placement)
 /// Numbers the nodes that have no id yet, in the order of the scene, with numbers that no node has.
 void NumberNodes(const Roots& roots)
 {
-    std::unordered_set<int> taken;
-    std::vector<ASceneNode*> nodes;
-    std::unordered_set<const ASceneNode*> seen;
-    std::vector<ASceneNode*> ahead;
-    const auto meet = [&](const std::shared_ptr<ASceneNode>& node) {
-        if (node && seen.insert(node.get()).second)
-            ahead.push_back(node.get());
-    };
-    for (auto root = roots.rbegin(); root != roots.rend(); ++root)
-        meet(*root);
-    while (!ahead.empty()) {
-        ASceneNode* const node = ahead.back();
-        ahead.pop_back();
-        nodes.push_back(node);
-        taken.insert(node->GetId());
-        if (const auto* const group = dynamic_cast<const AGroupSceneNode*>(node)) {
-            const auto& children = group->GetChildNodes();
-            for (auto child = children.rbegin(); child != children.rend(); ++child)
-                meet(*child);
-        }
-    }
+    std::vector<int> taken; // in order: no choice of ids makes the search slow, as it could in a hash table
+    std::vector<ASceneNode*> nameless;
+    ForEachNode(roots, [&](ASceneNode& node) {
+        if (node.GetId() == -1)
+            nameless.push_back(&node);
+        else if (node.GetId() > 0)
+            taken.push_back(node.GetId());
+    });
+    std::sort(taken.begin(), taken.end());
+    auto ahead = taken.begin();
     int next = 1;
-    for (ASceneNode* const node : nodes)
-        if (node->GetId() == -1) {
-            while (taken.count(next) > 0)
-                ++next;
-            node->SetId(next++);
-        }
+    for (ASceneNode* const node : nameless) {
+        for (; ahead != taken.end() && *ahead <= next; ++ahead)
+            next += *ahead == next ? 1 : 0;
+        node->SetId(next++);
+    }
 }
 
 void PrintLeftOut(const std::vector<Loss>& losses)
@@ -151,7 +133,7 @@ void Print(const Summary& summary, const OutputFiles& files)
     std::cout << screen.Paint(Screen::Strong, ShowPath(files.GetMain().GetFile())) << '\n';
     for (const LoadedScene& input : summary.inputs) {
         std::cout << "  from        " << ShowPath(input.file) << ": " << Plural(input.size, "byte") << ", "
-                  << FormatOf(input) << '\n';
+                  << input.GetFormat() << '\n';
         PrintLeftOut(input.losses);
         input.messages.Print(std::cout, "    ");
     }
@@ -175,11 +157,7 @@ void PrintAsJson(const Summary& summary, const OutputFiles& files)
 {
     Json in = Json::array();
     for (const LoadedScene& input : summary.inputs)
-        in.push_back({{"file", PathToJson(input.file)},
-                      {"bytes", input.size},
-                      {"format", FormatOf(input)},
-                      {"leftOut", ToJson(input.losses)},
-                      {"messages", input.messages.ToJson()}});
+        in.push_back(InputToJson(input));
     Json beside = Json::array();
     for (const std::filesystem::path& file : files.GetBeside())
         beside.push_back(PathToJson(file));

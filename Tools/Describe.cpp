@@ -122,7 +122,7 @@ public:
         std::string text;
         for (const std::string& fact : m_Facts)
             text += (text.empty() ? "" : ", ") + fact;
-        return {text, std::move(m_Fields)};
+        return {text, std::move(m_Fields), std::move(m_SharedItems)};
     }
 
 private:
@@ -176,28 +176,25 @@ private:
         m_Fields["tag"] = entity.GetTag();
         Box(entity.GetBBox());
         ItemSum sum;
-        std::vector<std::uint64_t> shared;
         for (const Held& held : HeldBy(entity)) {
             if (held.object == nullptr || held.role != Role::Item)
                 continue;
             sum.Add(*held.object);
             if (const std::uint64_t label = m_LabelOf(*held.object))
-                shared.push_back(label);
+                m_SharedItems.push_back(label);
         }
         sum.Describe(m_Facts, m_Fields);
-        SharedItems(shared);
+        if (!m_SharedItems.empty())
+            SharedItems();
     }
 
-    void SharedItems(const std::vector<std::uint64_t>& labels)
+    void SharedItems()
     {
-        if (labels.empty())
-            return;
-        m_Fields["sharedItems"] = labels;
         std::string named = "shared:";
-        for (std::size_t i = 0; i < labels.size() && i < s_MostItems; ++i)
-            named += " #" + std::to_string(labels[i]);
-        if (labels.size() > s_MostItems)
-            named += " and " + Show(std::uint64_t{labels.size() - s_MostItems}) + " more";
+        for (std::size_t i = 0; i < m_SharedItems.size() && i < s_MostItems; ++i)
+            named += " #" + std::to_string(m_SharedItems[i]);
+        if (m_SharedItems.size() > s_MostItems)
+            named += " and " + Show(std::uint64_t{m_SharedItems.size() - s_MostItems}) + " more";
         Tell(named);
     }
 
@@ -236,6 +233,7 @@ private:
     const LabelOf& m_LabelOf;
     std::vector<std::string> m_Facts;
     Json m_Fields = Json::object();
+    std::vector<std::uint64_t> m_SharedItems;
 };
 } // namespace
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace Lumvo {
 
@@ -15,6 +16,7 @@ struct Description
 {
     std::string text; ///< On one line, fit for a terminal.
     Json fields = Json::object();
+    std::vector<std::uint64_t> sharedItems; ///< The labels of an entity's shared items.
 };
 
 /// Gives the label of an object that is referred to more than once, 0 for others.

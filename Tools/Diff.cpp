@@ -34,10 +34,14 @@ constexpr const char* s_Footer =
     "same place. What differs in one member of one class is told once, with the path of the first and how often it\n"
     "differs. An object that is shared in one scene must be shared at the same places in the other.\n"
     "Two coordinates, colours or other numbers with fractions are alike when they differ by no more than --tolerance,\n"
-    "or than that part of the greater of them; two NaN are alike.\n"
-    "Exit codes: 0 alike, 1 they differ, 3 a file cannot be read.\n"
-    "JSON: {a, b, same, differences: [{kind, class, member, path, a, b, count}]}; kind is value, class, count,\n"
-    "       presence or sharing.\n"
+    "or than that part of the greater of them; two NaN are alike. Objects of a module's own classes are compared by\n"
+    "the bytes of their records.\n"
+    "Exit codes: 0 alike, 1 they differ or one was not loaded whole, 3 a file cannot be read.\n"
+    "JSON: {a, b, same, differences: [{kind, class, member, path, a, b, count}], in: [{file, bytes, format, "
+    "endsEarly,\n"
+    "       leftOut, messages}]}; kind is value, record, class, count, presence or sharing; same is null where "
+    "nothing\n"
+    "       differs in what was loaded, but not all was.\n"
     "Example: lumvo diff --tolerance 1e-5 before.scene after.scene";
 
 struct Options
@@ -67,32 +71,39 @@ class Records : public RecordContext
 public:
     explicit Records(const Roots& roots)
     {
-        const KvAssertScope quiet([](const KvReport&) {});
-        for (const auto& root : roots)
-            Collector().WritePtr(root, *this);
+        // One by one, because some may be nested too deeply to be stored with the roots; known ones take no time.
+        for (const AObject* const object : SceneObjects(roots).objects)
+            WithBase(*object, [this](auto& typed) {
+                using T = std::decay_t<decltype(typed)>;
+                Collector().WritePtr(std::shared_ptr<T>(std::shared_ptr<void>(), &typed), *this); // not owned
+            });
     }
     /// The bytes, which stay until the next call.
     const std::string& Of(const AObject& object)
     {
         m_Bytes.clear();
         m_Taking = true;
-        // Storing changes nothing; one function serves both directions.
-        StoreRecord(const_cast<AObject&>(object));
+        WithBase(object, [this](auto& typed) { typed.Serialize(*this); });
         m_Taking = false;
         return m_Bytes;
     }
+    /// The objects of one kind by their keys, which count from 1 in the order of the scene; empty beyond the last.
+    template <class T> std::shared_ptr<T> Find(long key) { return Collector().GetCollector<T>()->Find(key); }
 
 private:
-    void StoreRecord(AObject& object)
+    /// Calls `use` with the object as what its collector keeps. Storing changes nothing; one function serves both
+    /// directions, hence the cast.
+    template <class Use> static void WithBase(const AObject& object, Use use)
     {
-        static_cast<void>(StoreAs<ASceneNode>(object) || StoreAs<AEntity>(object) || StoreAs<ASubEntity>(object) ||
-                          StoreAs<ANodeStyle>(object) || StoreAs<AMaterial>(object) || StoreAs<ATexture>(object));
+        static_cast<void>(WithBaseOf<ASceneNode>(object, use) || WithBaseOf<AEntity>(object, use) ||
+                          WithBaseOf<ASubEntity>(object, use) || WithBaseOf<ANodeStyle>(object, use) ||
+                          WithBaseOf<AMaterial>(object, use) || WithBaseOf<ATexture>(object, use));
     }
-    template <class T> bool StoreAs(AObject& object)
+    template <class T, class Use> static bool WithBaseOf(const AObject& object, Use use)
     {
-        T* const typed = dynamic_cast<T*>(&object);
+        const T* const typed = dynamic_cast<const T*>(&object);
         if (typed != nullptr)
-            typed->Serialize(*this);
+            use(const_cast<T&>(*typed));
         return typed != nullptr;
     }
     void Put(const void* data, std::size_t count) override
@@ -120,12 +131,50 @@ public:
         return value;
     }
     void Skip(std::size_t count) { m_At = std::min(m_Bytes.size(), m_At + count); }
-    std::size_t TakeCount() { return static_cast<std::size_t>(std::max(0, Take<std::int32_t>())); }
+    /// The count of elements of so many bytes that follow.
+    std::size_t TakeCount(std::size_t size)
+    {
+        const auto count = static_cast<std::size_t>(std::max(0, Take<std::int32_t>()));
+        return std::min(count, (m_Bytes.size() - m_At) / size);
+    }
+    [[nodiscard]] std::size_t GetPosition() const noexcept { return m_At; }
 
 private:
     const std::string& m_Bytes;
     std::size_t m_At = 0;
 };
+
+/// The member of a record that holds a reference.
+struct Member
+{
+    std::string_view name;
+    bool many = false; ///< It holds several.
+};
+
+/// \param record of the class; null for a module's own.
+Member MemberOf(Role role, const RecordDescription* record)
+{
+    switch (role) {
+    case Role::FaceStyle:
+    case Role::EdgeStyle:
+    case Role::TextStyle:
+    case Role::HighlightStyle:
+        return {"styles", true};
+    case Role::Child:
+        return {"children", true};
+    case Role::Member:
+        return {"members", true};
+    case Role::Item: // of a list, or the only one of a simple entity
+        return record != nullptr && record->fields.back().kind == FieldKind::Pointer ? Member{"item"}
+                                                                                     : Member{"items", true};
+    case Role::DiffuseTexture:
+        return {"diffuseTexture"};
+    case Role::ReflectionTexture:
+        return {"reflectionTexture"};
+    default: // called like their members
+        return {NameOf(role)};
+    }
+}
 
 class Comparison
 {
@@ -138,11 +187,17 @@ public:
             m_Ahead.push_back({a[i].get(), b[i].get(), 0, "roots", i});
         if (a.size() != b.size())
             Tell("count", {}, "roots", {}, Plural(a.size(), "root"), Plural(b.size(), "root"));
-        while (!m_Ahead.empty()) {
-            const Pair next = m_Ahead.back();
-            m_Ahead.pop_back();
-            Compare(next);
-        }
+        CompareAhead();
+        // Only objects of a module's own classes can hold others unseen. They pair by their keys, which mean the same
+        // in both scenes as long as those are made alike.
+        if (!m_SameStructure)
+            return;
+        CompareUnseen<ASceneNode>("ASceneNode");
+        CompareUnseen<AEntity>("AEntity");
+        CompareUnseen<ASubEntity>("ASubEntity");
+        CompareUnseen<ANodeStyle>("ANodeStyle");
+        CompareUnseen<AMaterial>("AMaterial");
+        CompareUnseen<ATexture>("ATexture");
     }
 
     [[nodiscard]] const std::vector<Difference>& GetDifferences() const noexcept { return m_Differences; }
@@ -166,6 +221,29 @@ private:
     };
     static constexpr std::size_t s_Single = std::numeric_limits<std::size_t>::max();
 
+    void CompareAhead()
+    {
+        while (!m_Ahead.empty()) {
+            const Pair next = m_Ahead.back();
+            m_Ahead.pop_back();
+            Compare(next);
+        }
+    }
+
+    template <class T> void CompareUnseen(std::string_view kind)
+    {
+        for (long key = 1;; ++key) {
+            const std::shared_ptr<T> a = m_RecordsA.Find<T>(key);
+            const std::shared_ptr<T> b = m_RecordsB.Find<T>(key);
+            if (!a || !b)
+                return;
+            if (m_ToB.count(a.get()) > 0 || m_ToA.count(b.get()) > 0)
+                continue;
+            m_Ahead.push_back({a.get(), b.get(), 0, kind, static_cast<std::size_t>(key - 1)});
+            CompareAhead();
+        }
+    }
+
     void Compare(const Pair& pair)
     {
         const auto className = [](const AObject& object) { return Show(object.GetRuntimeClassId().GetName()); };
@@ -186,52 +264,68 @@ private:
         }
         if (pair.a->GetRuntimeClassId().GetName() != pair.b->GetRuntimeClassId().GetName())
             return Tell("class", {}, std::string(pair.member), pair, className(*pair.a), className(*pair.b));
-        CompareFields(pair);
+        CompareRecords(pair);
         CompareHeld(pair);
     }
 
     void CompareHeld(const Pair& pair)
     {
-        const std::wstring& className = pair.a->GetRuntimeClassId().GetName();
-        const RecordDescription* const record = FindRecord(className);
-        if (record == nullptr)
-            return;
+        const RecordDescription* const record = FindRecord(pair.a->GetRuntimeClassId().GetName());
         const std::vector<Held> a = HeldBy(*pair.a);
         const std::vector<Held> b = HeldBy(*pair.b);
         m_Steps.push_back({pair.holder, pair.member, pair.index});
         std::vector<Pair> next;
-        std::size_t at = 0;
-        for (const Field& field : record->fields) {
-            if (field.kind != FieldKind::Pointer && field.kind != FieldKind::Vector && field.kind != FieldKind::List)
-                continue;
-            const std::size_t fixed = field.kind == FieldKind::Pointer ? 1 : ASceneNode::StyleCount;
-            const bool isList = field.kind == FieldKind::List; // which is the last field
-            const std::size_t countA = isList ? a.size() - at : fixed;
-            const std::size_t countB = isList ? b.size() - at : fixed;
-            for (std::size_t i = 0; i < std::min(countA, countB); ++i)
-                next.push_back({a[at + i].object, b[at + i].object, m_Steps.size() - 1, field.name,
-                                field.kind == FieldKind::Pointer ? s_Single : i});
-            if (countA != countB)
-                Tell("count", Show(className), std::string(field.name), pair, Plural(countA, "reference"),
-                     Plural(countB, "reference"));
-            at += fixed;
+        std::size_t first = 0; // of the member
+        for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
+            const Member member = MemberOf(a[i].role, record);
+            first = member.name == MemberOf(a[first].role, record).name ? first : i;
+            next.push_back(
+                {a[i].object, b[i].object, m_Steps.size() - 1, member.name, member.many ? i - first : s_Single});
         }
         m_Ahead.insert(m_Ahead.end(), next.rbegin(), next.rend());
+        if (a.size() == b.size())
+            return;
+        const Role list = (a.size() > b.size() ? a : b).back().role; // lists are last
+        const auto countOf = [&](const std::vector<Held>& held) {
+            return static_cast<std::uint64_t>(
+                std::count_if(held.begin(), held.end(), [&](const Held& one) { return one.role == list; }));
+        };
+        Tell("count", Show(pair.a->GetRuntimeClassId().GetName()), std::string(MemberOf(list, record).name), pair,
+             Plural(countOf(a), "reference"), Plural(countOf(b), "reference"));
     }
 
-    void CompareFields(const Pair& pair)
+    /// Compares field by field what the record table knows, and the bytes of everything else: the records of a module's
+    /// classes, and what those that go by the name of their base class add to its record.
+    void CompareRecords(const Pair& pair)
     {
-        const RecordDescription* const record = FindRecord(pair.a->GetRuntimeClassId().GetName());
-        if (record == nullptr)
-            return;
         const std::string& bytesA = m_RecordsA.Of(*pair.a);
         const std::string& bytesB = m_RecordsB.Of(*pair.b);
         if (bytesA == bytesB)
             return;
         FieldReader a(bytesA);
         FieldReader b(bytesB);
-        for (const Field& field : record->fields)
-            CompareField(pair, field, a, b);
+        if (const RecordDescription* const record = FindRecord(pair.a->GetRuntimeClassId().GetName()))
+            for (const Field& field : record->fields)
+                CompareField(pair, field, a, b);
+        CompareBytes(pair, bytesA, a.GetPosition(), bytesB, b.GetPosition());
+    }
+
+    void CompareBytes(const Pair& pair, const std::string& a, std::size_t fromA, const std::string& b,
+                      std::size_t fromB)
+    {
+        const auto begin = [](const std::string& bytes, std::size_t at) {
+            return bytes.begin() + static_cast<std::ptrdiff_t>(at);
+        };
+        const auto [inA, inB] = std::mismatch(begin(a, fromA), a.end(), begin(b, fromB), b.end());
+        if (inA == a.end() && inB == b.end())
+            return;
+        const auto describe = [](const std::string& bytes, std::string::const_iterator at) {
+            const std::string size = Plural(bytes.size(), "byte");
+            return at == bytes.end() ? size
+                                     : size + ", " + std::to_string(static_cast<unsigned char>(*at)) + " at [" +
+                                           std::to_string(at - bytes.begin()) + "]";
+        };
+        Tell("record", Show(pair.a->GetRuntimeClassId().GetName()), {}, pair, describe(a, inA), describe(b, inB));
     }
 
     void CompareField(const Pair& pair, const Field& field, FieldReader& a, FieldReader& b)
@@ -254,12 +348,12 @@ private:
             a.Skip(16);
             return b.Skip(16);
         case FieldKind::Floats: {
-            const std::size_t countA = a.TakeCount();
-            return CompareNumbers<float>(pair, field, a, countA, b, b.TakeCount());
+            const std::size_t countA = a.TakeCount(sizeof(float));
+            return CompareNumbers<float>(pair, field, a, countA, b, b.TakeCount(sizeof(float)));
         }
         case FieldKind::Indices: {
-            const std::size_t countA = a.TakeCount();
-            return CompareNumbers<std::uint32_t>(pair, field, a, countA, b, b.TakeCount());
+            const std::size_t countA = a.TakeCount(sizeof(std::uint32_t));
+            return CompareNumbers<std::uint32_t>(pair, field, a, countA, b, b.TakeCount(sizeof(std::uint32_t)));
         }
         case FieldKind::Text: {
             const std::wstring textA = TakeText(a);
@@ -270,14 +364,14 @@ private:
         }
         case FieldKind::Vector: // references are compared as such; their keys mean nothing here
             for (FieldReader* const reader : {&a, &b}) {
-                const std::size_t count = reader->TakeCount();
-                reader->Skip(2 * reader->TakeCount());
+                const std::size_t count = reader->TakeCount(4);
+                reader->Skip(2 * reader->TakeCount(2));
                 reader->Skip(4 * count);
             }
             return;
         case FieldKind::List:
-            a.Skip(4 * a.TakeCount());
-            return b.Skip(4 * b.TakeCount());
+            a.Skip(4 * a.TakeCount(4));
+            return b.Skip(4 * b.TakeCount(4));
         case FieldKind::Pointer:
             a.Skip(4);
             return b.Skip(4);
@@ -334,7 +428,7 @@ private:
     }
     static std::wstring TakeText(FieldReader& reader)
     {
-        std::u16string units(reader.TakeCount(), u'\0');
+        std::u16string units(reader.TakeCount(sizeof(char16_t)), u'\0');
         for (char16_t& unit : units)
             unit = reader.Take<char16_t>();
         std::wstring text;
@@ -349,6 +443,8 @@ private:
     void Tell(const char* kind, const std::string& className, const std::string& member, const Pair& pair,
               const std::string& a, const std::string& b)
     {
+        const std::string_view is = kind;
+        m_SameStructure = m_SameStructure && (is == "value" || is == "record");
         const auto [known, isNew] = m_Known.try_emplace({kind, className, member}, m_Differences.size());
         if (isNew)
             m_Differences.push_back({kind, className, member, PathOf(pair), a, b});
@@ -385,16 +481,18 @@ private:
     std::unordered_map<const AObject*, const AObject*> m_ToA;
     std::map<std::tuple<std::string, std::string, std::string>, std::size_t> m_Known; // index in m_Differences
     std::vector<Difference> m_Differences;
+    bool m_SameStructure = true; // so far
 };
 
-void Print(const Options& options, const std::vector<Difference>& differences)
+void Print(const Options& options, const std::vector<Difference>& differences, bool whole)
 {
     const Screen screen = Screen::OfStandardOutput();
     std::uint64_t left = options.most == 0 ? differences.size() : options.most;
     for (const Difference& difference : differences) {
         if (left-- == 0)
             break;
-        std::cout << screen.Paint(Screen::Strong, difference.kind) << ' ' << difference.path;
+        std::cout << screen.Paint(Screen::Strong, difference.kind) << ' '
+                  << (difference.path.empty() ? difference.member : difference.path);
         if (!difference.className.empty())
             std::cout << ": " << difference.className << (difference.member.empty() ? "" : ".") << difference.member;
         std::cout << "\n  a  " << difference.a << "\n  b  " << difference.b << '\n';
@@ -405,7 +503,16 @@ void Print(const Options& options, const std::vector<Difference>& differences)
         std::cout << "... " << Plural(differences.size() - options.most, "more difference")
                   << " (--max-issues 0 shows all)\n";
     std::cout << ShowPath(options.a) << " and " << ShowPath(options.b) << ": "
-              << screen.Paint(Screen::Strong, differences.empty() ? "alike" : "they differ") << '\n';
+              << screen.Paint(Screen::Strong, !differences.empty() ? "they differ"
+                                              : whole              ? "alike"
+                                                                   : "no differences in what could be loaded")
+              << '\n';
+}
+
+std::vector<Difference> Compare(const Roots& a, const Roots& b, double tolerance)
+{
+    const KvAssertScope quiet([](const KvReport&) {}); // of objects that are nested too deeply to be stored
+    return Comparison(a, b, tolerance).GetDifferences();
 }
 
 ExitCode RunDiff(const Options& options)
@@ -413,8 +520,8 @@ ExitCode RunDiff(const Options& options)
     ModelLoader loader(options.model);
     const LoadedScene a = loader.Load(options.a);
     const LoadedScene b = loader.Load(options.b);
-    const Comparison comparison(a.roots, b.roots, options.tolerance);
-    const std::vector<Difference>& differences = comparison.GetDifferences();
+    const bool whole = a.IsWhole() && b.IsWhole();
+    const std::vector<Difference> differences = Compare(a.roots, b.roots, options.tolerance);
     if (options.json) {
         Json all = Json::array();
         for (const Difference& difference : differences)
@@ -427,11 +534,15 @@ ExitCode RunDiff(const Options& options)
                            {"count", difference.count}});
         PrintJson(Json{{"a", PathToJson(options.a)},
                        {"b", PathToJson(options.b)},
-                       {"same", differences.empty()},
-                       {"differences", std::move(all)}});
+                       {"same", differences.empty() && !whole ? Json(nullptr) : Json(differences.empty())},
+                       {"differences", std::move(all)},
+                       {"in", {InputToJson(a), InputToJson(b)}}});
     } else
-        Print(options, differences);
-    return differences.empty() ? ExitFine : ExitFindings;
+        Print(options, differences, whole);
+    std::cout.flush(); // keeps its place before the notes
+    PrintLoadReport(a);
+    PrintLoadReport(b);
+    return differences.empty() && whole ? ExitFine : ExitFindings;
 }
 } // namespace
 

@@ -8,17 +8,16 @@
 namespace Lumvo {
 
 FileError::FileError(ExitCode code, std::filesystem::path file, std::optional<std::uint64_t> offset,
-                     std::string problem, std::string advice)
-    : FileError(code, std::move(file), offset ? "at byte " + std::to_string(*offset) : std::string(),
-                std::move(problem), std::move(advice))
+                     std::string_view problem, std::string_view advice)
+    : FileError(code, std::move(file), offset ? "at byte " + std::to_string(*offset) : std::string(), problem, advice)
 {
     m_Offset = offset;
 }
 
-FileError::FileError(ExitCode code, std::filesystem::path file, std::string place, std::string problem,
-                     std::string advice)
-    : m_Code(code), m_File(std::move(file)), m_Place(std::move(place)), m_Problem(std::move(problem)),
-      m_Advice(std::move(advice))
+FileError::FileError(ExitCode code, std::filesystem::path file, std::string_view place, std::string_view problem,
+                     std::string_view advice)
+    : m_Code(code), m_File(std::move(file)), m_Place(Show(place)), m_Problem(Show(problem, s_MostCharacters)),
+      m_Advice(ShowLines(advice))
 {
     m_What = (m_File.empty() ? "\"\"" : ShowPath(m_File)) + ": " + (m_Place.empty() ? "" : m_Place + ": ") + m_Problem;
 }

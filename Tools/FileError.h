@@ -7,18 +7,22 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace Lumvo {
 
 /// A file that cannot be read or written: which, what is wrong, where, and what its user can do about it.
+///
+/// The texts may come from anywhere, such as a module or a library: they are made fit for a terminal here.
 class FileError : public std::exception
 {
 public:
     /// \param offset the byte at which it went wrong, where there is one.
-    FileError(ExitCode code, std::filesystem::path file, std::optional<std::uint64_t> offset, std::string problem,
-              std::string advice);
+    FileError(ExitCode code, std::filesystem::path file, std::optional<std::uint64_t> offset, std::string_view problem,
+              std::string_view advice);
     /// \param place where in the file, such as "line 12"; empty where it is no place in it.
-    FileError(ExitCode code, std::filesystem::path file, std::string place, std::string problem, std::string advice);
+    FileError(ExitCode code, std::filesystem::path file, std::string_view place, std::string_view problem,
+              std::string_view advice);
 
     [[nodiscard]] ExitCode GetExitCode() const noexcept { return m_Code; }
     [[nodiscard]] const std::filesystem::path& GetFile() const noexcept { return m_File; }
@@ -31,6 +35,8 @@ public:
     [[nodiscard]] const char* what() const noexcept override { return m_What.c_str(); }
 
 private:
+    static constexpr std::size_t s_MostCharacters = 5000; ///< Of a problem, which may name files.
+
     ExitCode m_Code;
     std::filesystem::path m_File;
     std::optional<std::uint64_t> m_Offset;

@@ -36,7 +36,7 @@ constexpr const char* s_Footer =
     "class there is the size that they would take as a scene file. What a scene has no place for is left out.\n"
     "JSON: {file, format: null, version, bytes, endsEarly, rootReferences, box, classes: {NAME: {objects, bytes}},\n"
     "       dropped: {objects, bytes}, outsideBytes, references: {total, first, repeated, empty, failed},\n"
-    "       bytesSavedBySharing, messages: [{text, source, line, count, offset}]} for a scene file;\n"
+    "       bytesSavedBySharing, leftOut, messages: [{text, source, line, count, offset}]} for a scene file;\n"
     "       {file, format: {service, title, module}, bytes, sceneBytes, rootReferences, box,\n"
     "       classes: {NAME: {objects}}, references: {total, first, repeated}, leftOut: [{what, count}], messages}\n"
     "       for others; {file, error, place, offset} where the file cannot be read; an array of these for several\n"
@@ -147,6 +147,7 @@ Json ToJson(const LoadedScene& scene, const Facts& facts)
               {"empty", statistics.GetEmptyReferences()},
               {"failed", statistics.GetFailedReferences()}}},
             {"bytesSavedBySharing", facts.savedBytes},
+            {"leftOut", Lumvo::ToJson(scene.losses)},
             {"messages", scene.messages.ToJson()}};
 }
 
@@ -182,8 +183,11 @@ void PrintClasses(const LoadedScene& scene, const Facts& facts)
     std::cout << '\n';
 }
 
-void PrintMessages(const LoadedScene& scene)
+void PrintReportRows(const LoadedScene& scene)
 {
+    std::cout << "  left out    " << (scene.losses.empty() ? "nothing" : "") << '\n';
+    for (const Loss& loss : scene.losses)
+        std::cout << "    " << Show(loss.count) << " x " << loss.what << '\n';
     std::cout << "  messages    " << (scene.messages.GetCount() > 0 ? Show(scene.messages.GetCount()) : "none") << '\n';
     scene.messages.Print(std::cout, "    ");
 }
@@ -203,11 +207,8 @@ void PrintModel(const LoadedScene& scene, const Facts& facts)
                   << '\n';
     std::cout << "  " << std::left << std::setw(20) << "together" << std::right << std::setw(10) << Show(facts.objects)
               << "\n\n  references  " << Show(facts.references) << ": " << Show(facts.objects) << " to new objects, "
-              << Show(facts.references - facts.objects) << " repeated\n"
-              << "  left out    " << (scene.losses.empty() ? "nothing" : "") << '\n';
-    for (const Loss& loss : scene.losses)
-        std::cout << "    " << Show(loss.count) << " x " << loss.what << '\n';
-    PrintMessages(scene);
+              << Show(facts.references - facts.objects) << " repeated\n";
+    PrintReportRows(scene);
 }
 
 void Print(const LoadedScene& scene, const Facts& facts)
@@ -228,7 +229,7 @@ void Print(const LoadedScene& scene, const Facts& facts)
         std::cout << ", " << Show(statistics.GetFailedReferences()) << " failed";
     std::cout << "\n  sharing     saved " << Plural(facts.savedBytes, "byte") << ", "
               << Percent(facts.savedBytes, scene.size + facts.savedBytes) << " of what the file would take without\n";
-    PrintMessages(scene);
+    PrintReportRows(scene);
 }
 
 ExitCode RunInfo(const Options& options)

@@ -10,21 +10,12 @@
 namespace Lumvo {
 namespace {
 
+constexpr int s_Indent = 2;
+
+/// Bytes that are not UTF-8 become U+FFFD.
 std::string Dump(const Json& json)
 {
-    return json.dump(2, ' ', true);
-}
-
-/// The same for what stands two levels deep.
-std::string DumpInside(const Json& json)
-{
-    std::string text;
-    for (const char letter : Dump(json)) {
-        text += letter;
-        if (letter == '\n') // of the layout: those of strings are escaped
-            text += "    ";
-    }
-    return text;
+    return json.dump(s_Indent, ' ', true, Json::error_handler_t::replace);
 }
 } // namespace
 
@@ -79,17 +70,84 @@ void PrintJson(const Json& document)
     std::cout << Dump(document) << '\n';
 }
 
-void PrintJson(const Json& before, std::string_view array, const std::function<std::optional<Json>()>& next,
-               const std::function<Json()>& after)
+JsonPrinter::JsonPrinter()
 {
-    const std::string first = Dump(before);
-    std::cout << std::string_view(first).substr(0, first.size() - 2) << ",\n  \"" << array << "\": [";
-    const char* separator = "";
-    for (std::optional<Json> element = next(); element; element = next()) {
-        std::cout << separator << "\n    " << DumpInside(*element);
-        separator = ",";
+    Open('{', '}');
+}
+
+JsonPrinter& JsonPrinter::BeginObject()
+{
+    Separate();
+    return Open('{', '}');
+}
+
+JsonPrinter& JsonPrinter::BeginArray(std::string_view key)
+{
+    PrintKey(key);
+    return Open('[', ']');
+}
+
+JsonPrinter& JsonPrinter::Add(const Json& element)
+{
+    Separate();
+    return Print(element);
+}
+
+JsonPrinter& JsonPrinter::AddMembers(const Json& object)
+{
+    for (const auto& [key, value] : object.items()) {
+        PrintKey(key);
+        Print(value);
     }
-    std::cout << (*separator == '\0' ? "]," : "\n  ],") << Dump(after()).substr(1) << '\n';
+    return *this;
+}
+
+JsonPrinter& JsonPrinter::End()
+{
+    const Level level = m_Levels.back();
+    m_Levels.pop_back();
+    if (!level.empty)
+        BreakLine();
+    std::cout << level.end;
+    if (m_Levels.empty())
+        std::cout << '\n';
+    return *this;
+}
+
+JsonPrinter& JsonPrinter::Open(char begin, char end)
+{
+    std::cout << begin;
+    m_Levels.push_back({end, true});
+    return *this;
+}
+
+JsonPrinter& JsonPrinter::Print(const Json& value)
+{
+    for (const char letter : Dump(value))
+        if (letter == '\n') // of the layout: those of strings are escaped
+            BreakLine();
+        else
+            std::cout << letter;
+    return *this;
+}
+
+void JsonPrinter::PrintKey(std::string_view key)
+{
+    Separate();
+    std::cout << Dump(std::string(key)) << ": ";
+}
+
+void JsonPrinter::Separate()
+{
+    if (!m_Levels.back().empty)
+        std::cout << ',';
+    m_Levels.back().empty = false;
+    BreakLine();
+}
+
+void JsonPrinter::BreakLine() const
+{
+    std::cout << '\n' << std::string(m_Levels.size() * s_Indent, ' ');
 }
 
 void PrintJson(const std::vector<Json>& results)

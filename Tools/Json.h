@@ -8,8 +8,6 @@
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
-#include <functional>
-#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -31,12 +29,38 @@ using Json = nlohmann::ordered_json;
 
 /// Prints one document to standard output.
 void PrintJson(const Json& document);
-/// Prints one object that has an array among its members, without keeping the elements.
-/// \param before the members before the array, at least one.
-/// \param next the next element; nothing at the end.
-/// \param after the members after the array, at least one, which are asked for behind the last element.
-void PrintJson(const Json& before, std::string_view array, const std::function<std::optional<Json>()>& next,
-               const std::function<Json()>& after);
 /// Prints the results of one file as they are, and those of several as an array.
 void PrintJson(const std::vector<Json>& results);
+
+/// Prints one object to standard output piece by piece, as PrintJson would.
+///
+/// For what grows with the scene: a Json of many elements takes much memory, and more of it to be destroyed.
+class JsonPrinter
+{
+public:
+    JsonPrinter(); ///< Begins the object.
+    JsonPrinter(const JsonPrinter&) = delete;
+    JsonPrinter& operator=(const JsonPrinter&) = delete;
+
+    JsonPrinter& BeginObject(); ///< As the next element of an array.
+    JsonPrinter& BeginArray(std::string_view key);
+    JsonPrinter& Add(const Json& element);       ///< To an array.
+    JsonPrinter& AddMembers(const Json& object); ///< All of its members, to an object.
+    JsonPrinter& End();                          ///< Ends what was begun last.
+
+private:
+    struct Level
+    {
+        char end;
+        bool empty;
+    };
+
+    JsonPrinter& Open(char begin, char end);
+    JsonPrinter& Print(const Json& value);
+    void PrintKey(std::string_view key);
+    void Separate();
+    void BreakLine() const;
+
+    std::vector<Level> m_Levels;
+};
 } // namespace Lumvo

@@ -2,6 +2,7 @@
 
 #include <Tools/FileError.h>
 #include <Tools/Output.h>
+#include <Tools/SceneGraph.h>
 
 #include <LumvoData/Contracts/KelvraService/KvText.h>
 #include <LumvoData/Serialize/ASceneReports.h>
@@ -135,6 +136,11 @@ void LoadRoots(LoadContext& context, LoadedScene& scene)
 }
 } // namespace
 
+std::string LoadedScene::GetFormat() const
+{
+    return origin ? Show(origin->title) : "scene file";
+}
+
 Json ToJson(const std::vector<Loss>& losses)
 {
     Json all = Json::array();
@@ -176,7 +182,23 @@ LoadedScene LoadScene(const std::filesystem::path& file, const std::function<voi
     scene.size = context.GetPosition();
     scene.earlyEnd = context.GetEarlyEnd();
     context.End();
+    KeepFourStyles(scene);
     return scene;
+}
+
+void KeepFourStyles(LoadedScene& scene)
+{
+    std::uint64_t others = 0;
+    ForEachNode(scene.roots, [&](ASceneNode& node) {
+        if (node.GetStyles().size() == ASceneNode::StyleCount)
+            return;
+        std::vector<std::shared_ptr<ANodeStyle>> styles = node.GetStyles();
+        others += styles.size() - ASceneNode::StyleCount;
+        styles.resize(ASceneNode::StyleCount);
+        node.SetStyles(styles);
+    });
+    if (others > 0)
+        scene.losses.push_back({"styles beyond the four of a node", others});
 }
 
 void PrintEarlyEnd(const LoadedScene& scene)
@@ -185,6 +207,25 @@ void PrintEarlyEnd(const LoadedScene& scene)
         std::cerr << "lumvo: " << ShowPath(scene.file) << ": note: at byte " << scene.earlyEnd->offset
                   << ": the file ends early: " << Plural(scene.earlyEnd->wanted, "byte") << " should follow, "
                   << Show(scene.earlyEnd->present) << " did; what is missing was left at its defaults\n";
+}
+
+void PrintLoadReport(const LoadedScene& scene)
+{
+    const std::string name = "lumvo: " + ShowPath(scene.file) + ": ";
+    PrintEarlyEnd(scene);
+    for (const Loss& loss : scene.losses)
+        std::cerr << name << "note: left out, because a scene has no place for it: " << Show(loss.count) << " x "
+                  << loss.what << '\n';
+    if (scene.messages.GetCount() > 0)
+        std::cerr << name << "loading reported " << Plural(scene.messages.GetCount(), "message") << ":\n";
+    scene.messages.Print(std::cerr, "       ");
+}
+
+Json InputToJson(const LoadedScene& scene)
+{
+    return {{"file", PathToJson(scene.file)},  {"bytes", scene.size},
+            {"format", scene.GetFormat()},     {"endsEarly", ToJson(scene.earlyEnd)},
+            {"leftOut", ToJson(scene.losses)}, {"messages", scene.messages.ToJson()}};
 }
 
 Json ToJson(const std::optional<EarlyEnd>& earlyEnd)

@@ -57,8 +57,12 @@ struct LoadedScene
     Messages messages;
     std::optional<EarlyEnd> earlyEnd;
 
-    /// Whether messages were reported.
-    [[nodiscard]] ExitCode GetExitCode() const noexcept { return messages.GetCount() > 0 ? ExitFindings : ExitFine; }
+    /// Whether the file was loaded to its end and without messages.
+    [[nodiscard]] bool IsWhole() const noexcept { return messages.GetCount() == 0 && !earlyEnd; }
+    /// How a verb that loaded this ends at best.
+    [[nodiscard]] ExitCode GetExitCode() const noexcept { return IsWhole() ? ExitFine : ExitFindings; }
+    /// What the file is, such as "scene file".
+    [[nodiscard]] std::string GetFormat() const;
 };
 
 /// Loads a scene file; throws FileError with ExitCannotRead where that cannot be done to the file's end.
@@ -68,8 +72,17 @@ struct LoadedScene
 /// Whether a file begins as scene files do.
 [[nodiscard]] bool IsSceneFile(const std::filesystem::path& file);
 
+/// Lets nodes that were loaded with another number of styles keep the four that readers of nodes see, and lists the
+/// others as left out. A file can give a node more than its four slots, but no file can give them back as they are.
+void KeepFourStyles(LoadedScene& scene);
+
 /// Says on standard error that the file ended early, if it did.
 void PrintEarlyEnd(const LoadedScene& scene);
+/// Says on standard error what loading has to say of the file, if anything: that it ended early, what was left out,
+/// and the messages.
+void PrintLoadReport(const LoadedScene& scene);
+/// The same as one of several inputs: {"file", "bytes", "format", "endsEarly", "leftOut", "messages"}.
+[[nodiscard]] Json InputToJson(const LoadedScene& scene);
 /// {"offset", "wanted", "present"}, or null.
 [[nodiscard]] Json ToJson(const std::optional<EarlyEnd>& earlyEnd);
 } // namespace Lumvo

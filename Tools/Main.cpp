@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <iterator>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,12 +43,12 @@ ExitCode Execute(std::vector<std::string> arguments)
         ->check(CLI::IsMember({"always", "never", "auto"}))
         ->type_name("WHEN");
     app.fallthrough();
-    app.footer("Exit codes: 0 fine, 1 something was found wrong, such as messages while a file was loaded,\n"
-               "            2 wrong usage, 3 a file cannot be read, 4 a file cannot be written\n"
+    app.footer("Exit codes: 0 fine, 1 something was found wrong, such as a file that ends early or messages while one\n"
+               "            was loaded, 2 wrong usage, 3 a file cannot be read, 4 a file cannot be written\n"
                "Example:    lumvo demo flange.scene && lumvo tree flange.scene\n"
                "Help on a verb: lumvo VERB --help");
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("lumvo: ") + error.what() + "\n       Run with --help for more information.\n";
+        return "lumvo: " + ShowLines(error.what()) + "\n       Run with --help for more information.\n";
     });
     AddCheck(app, run);
     AddConvert(app, run);
@@ -73,10 +75,35 @@ ExitCode Execute(std::vector<std::string> arguments)
         return error.GetExitCode();
     }
 }
+
+/// Says what the exception that is being handled is.
+ExitCode StopWithException()
+try {
+    throw;
+} catch (const std::bad_alloc&) {
+    std::fputs("lumvo: stopped: not enough memory\n", stderr);
+    return ExitCannotRead;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "lumvo: stopped: %s\n", ShowLines(error.what()).c_str());
+    return ExitCannotRead;
+} catch (...) {
+    std::fputs("lumvo: stopped: unknown exception\n", stderr);
+    return ExitCannotRead;
+}
+
+/// Ends the program where an exception cannot be caught. Destructors can need memory too: those of JSON documents do.
+[[noreturn]] void EndAtOnce()
+{
+    RemoveTemporaries();
+    if (std::current_exception())
+        std::_Exit(StopWithException());
+    std::abort();
+}
 } // namespace
 
 int main(int argc, char** argv)
 try {
+    std::set_terminate(EndAtOnce);
     Lumvo::WatchSignals();
     std::setlocale(LC_CTYPE, ""); // tells the terminal's encoding; numbers are written without it
     const Lumvo::ExitCode code = Execute(Arguments(argc, argv));
@@ -86,7 +113,6 @@ try {
         return Lumvo::ExitCannotWrite;
     }
     return code;
-} catch (const std::exception& error) {
-    std::fprintf(stderr, "lumvo: stopped: %s\n", error.what());
-    return Lumvo::ExitCannotRead;
+} catch (...) {
+    return StopWithException();
 }

@@ -119,7 +119,7 @@ ExitCode RunMaterials(const Options& options)
     if (!options.xml.empty()) {
         const std::shared_ptr<AMaterial> material = table.FindMaterial(KvText::FromUtf8(options.xml));
         if (!material) {
-            std::cerr << "lumvo: there is no system material " << Show(KvText::FromUtf8(options.xml))
+            std::cerr << "lumvo: there is no system material " << Show(options.xml)
                       << "; 'lumvo materials' lists them\n";
             return ExitUsage;
         }
@@ -146,9 +146,13 @@ void AddMaterials(CLI::App& app, Run& run)
     CLI::App* const verb = app.add_subcommand("materials", "Show the system materials, or a material kept as XML");
     const auto options = std::make_shared<Options>();
     verb->footer(s_Footer);
-    CLI::Option* const xml =
-        verb->add_option("--xml", options->xml, "Print this system material as XML")->type_name("NAME");
-    verb->add_option("--read", options->read, "Show the material in this XML file")->type_name("FILE")->excludes(xml);
+    CLI::Option* const xml = verb->add_option("--xml", options->xml, "Print this system material as XML")
+                                 ->check(NotEmpty())
+                                 ->type_name("NAME");
+    verb->add_option("--read", options->read, "Show the material in this XML file")
+        ->check(NotEmpty())
+        ->type_name("FILE")
+        ->excludes(xml);
     verb->add_flag("--json", options->json, "Print one JSON document")->excludes(xml);
     verb->callback([options, &run] { run = [options] { return RunMaterials(*options); }; });
 }

@@ -26,8 +26,8 @@ constexpr const char* s_Footer =
     "The result has one root, a group with a group for each IN, in their order, that holds the roots of IN. Ids stay\n"
     "as they are, so that nodes of several IN can carry the same. IN may be models too, which 'lumvo convert' does\n"
     "without groups of their own. OUT takes its place when it is complete.\n"
-    "JSON: {out, bytes, in: [{file, roots, objects}], objects, references, duplicates: {textures, materials, styles,\n"
-    "       pieces, entities} or null}\n"
+    "JSON: {out, bytes, in: [{file, bytes, format, endsEarly, leftOut: [{what, count}], messages, roots, objects}],\n"
+    "       objects, references, duplicates: {textures, materials, styles, pieces, entities} or null}\n"
     "Example: lumvo merge --dedupe left.scene right.scene both.scene";
 
 struct Options
@@ -56,19 +56,10 @@ ExitCode RunMerge(const Options& options)
         for (const auto& node : scene.roots)
             group->AddChildNode(node);
         root->AddChildNode(group);
-        in.push_back({{"file", PathToJson(scene.file)},
-                      {"roots", scene.roots.size()},
-                      {"objects", SceneObjects(scene.roots).objects.size()}});
-        if (scene.messages.GetCount() > 0) {
-            progress.Clear();
-            std::cerr << "lumvo: " << ShowPath(scene.file) << ": loading reported "
-                      << Plural(scene.messages.GetCount(), "message") << ":\n";
-            scene.messages.Print(std::cerr, "       ");
-        }
-        if (scene.earlyEnd) {
-            progress.Clear();
-            PrintEarlyEnd(scene);
-        }
+        in.push_back(InputToJson(scene));
+        in.back().update({{"roots", scene.roots.size()}, {"objects", SceneObjects(scene.roots).objects.size()}});
+        progress.Clear();
+        PrintLoadReport(scene);
     }
     const Roots roots = {root};
     std::optional<Duplicates> duplicates;

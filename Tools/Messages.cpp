@@ -2,12 +2,16 @@
 
 #include <Tools/Output.h>
 
+#include <string_view>
+
 namespace Lumvo {
 
 void Messages::Add(const Kelvra::KvReport& report, std::optional<std::uint64_t> offset)
 {
     ++m_Count;
-    auto identity = std::make_tuple(Show(report.message, s_MostCharacters), std::string(report.source), report.line);
+    const std::string_view source = report.source != nullptr ? report.source : "unknown source";
+    auto identity =
+        std::make_tuple(Show(report.message, s_MostCharacters), Show(source, s_MostCharacters), report.line);
     const auto known = m_Known.find(identity);
     if (known != m_Known.end()) {
         ++m_Messages[known->second].count;

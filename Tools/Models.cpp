@@ -3,6 +3,7 @@
 #include <Tools/FileError.h>
 #include <Tools/Output.h>
 #include <Tools/Temporaries.h>
+#include <Tools/Verbs.h>
 
 #include <Formats/Support/FormatListener.h>
 
@@ -16,6 +17,7 @@
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -33,8 +35,10 @@ class Spool
 public:
     Spool()
     {
-        std::string folder = (std::filesystem::temp_directory_path() / "lumvo-XXXXXX").string();
-        if (mkdtemp(folder.data()) == nullptr)
+        std::error_code error;
+        std::string folder = (std::filesystem::temp_directory_path(error) / "lumvo-XXXXXX").string();
+        errno = error.value();
+        if (error || mkdtemp(folder.data()) == nullptr)
             Fail("no temporary folder can be made: ");
         m_Folder.Watch(folder);
         m_Path = std::filesystem::path(folder) / "input";
@@ -78,6 +82,7 @@ void ModelOptions::AddTo(CLI::App& verb)
 {
     Modules::AddOption(verb, plugins);
     verb.add_option("--service", service, "Load with this service, whatever the file is called; see lumvo formats")
+        ->check(NotEmpty())
         ->type_name("NAME");
     CLI::Option* const whole =
         verb.add_flag("--mesh", mesh, "Load all geometry of a model as one entity; scene files are loaded as they are");
@@ -103,7 +108,7 @@ private:
     void OnError(const std::filesystem::path& /*file*/, const Formats::FormatError& error) override { m_Error = error; }
     void OnLoss(const std::filesystem::path& /*file*/, const std::string& what, std::uint64_t count) override
     {
-        m_Losses.push_back({Show(KvText::FromUtf8(what)), count});
+        m_Losses.push_back({Show(what), count});
     }
     void OnProgress(const std::filesystem::path& /*file*/, std::uint64_t done, std::uint64_t total) override
     {
@@ -154,7 +159,7 @@ const Modules::Entry* ModelLoader::ChooseService(const std::filesystem::path& fi
         const Modules::Entry* const entry = GetModules().Find(KvText::FromUtf8(m_Options.service));
         if (entry == nullptr || !(m_Options.mesh ? entry->mesh != nullptr : entry->scene || entry->mesh))
             throw FileError(ExitUsage, shown, std::nullopt,
-                            "there is no service " + Show(KvText::FromUtf8(m_Options.service)) + " to load it with",
+                            "there is no service " + Show(m_Options.service) + " to load it with",
                             "'lumvo formats' lists the services, 'lumvo formats -v' what was looked for where.");
         return entry;
     }
@@ -198,26 +203,33 @@ LoadedScene ModelLoader::LoadWith(const Modules::Entry& entry, const std::filesy
     scene.file = shown;
     scene.origin = ModelOrigin{entry.name, entry.title, entry.module};
     Listener listener(*this, scene.losses);
+    const std::string advice = "It was read as " + Show(entry.title) + " (" + Show(entry.name) + ").";
     {
         const KvAssertScope collecting([&](const KvReport& report) { scene.messages.Add(report, {}); });
         const Formats::FormatListenerScope listening(listener);
         const std::wstring fileName = KvText::FromPath(file);
-        if (entry.scene && !m_Options.mesh) {
-            if (auto node = entry.scene->LoadFile(fileName))
-                scene.roots.push_back(std::move(node));
-            entry.scene->ForgetFile(fileName);
-        } else {
-            if (const auto entity = entry.mesh->LoadFile(fileName)) {
-                const auto node = std::make_shared<AEntitySceneNode>();
-                node->SetEntity(entity);
-                scene.roots.push_back(node);
+        try {
+            if (entry.scene && !m_Options.mesh) {
+                if (auto node = entry.scene->LoadFile(fileName))
+                    scene.roots.push_back(std::move(node));
+                entry.scene->ForgetFile(fileName);
+            } else {
+                if (const auto entity = entry.mesh->LoadFile(fileName)) {
+                    const auto node = std::make_shared<AEntitySceneNode>();
+                    node->SetEntity(entity);
+                    scene.roots.push_back(node);
+                }
+                entry.mesh->ForgetFile(fileName);
             }
-            entry.mesh->ForgetFile(fileName);
+        } catch (const std::bad_alloc&) {
+            throw FileError(ExitCannotRead, shown, std::nullopt, "not enough memory to load it", advice);
+        } catch (const std::exception& error) {
+            throw FileError(ExitCannotRead, shown, std::nullopt, std::string("cannot be loaded: ") + error.what(),
+                            advice);
         }
     }
     listener.CheckImages();
     if (scene.roots.empty()) {
-        const std::string advice = "It was read as " + Show(entry.title) + " (" + Show(entry.name) + ").";
         if (listener.GetError())
             throw FileError(ExitCannotRead, shown, listener.GetError()->GetPlace(), listener.GetError()->GetProblem(),
                             advice);
@@ -227,17 +239,10 @@ LoadedScene ModelLoader::LoadWith(const Modules::Entry& entry, const std::filesy
                             : "cannot be loaded, and the module that was asked does not say why",
                         advice);
     }
+    KeepFourStyles(scene);
     scene.rootReferences = scene.roots.size();
     std::error_code ignored;
     scene.size = std::filesystem::file_size(file, ignored);
     return scene;
-}
-
-void PrintLosses(const LoadedScene& scene)
-{
-    for (const Loss& loss : scene.losses)
-        std::cerr << "lumvo: " << ShowPath(scene.file)
-                  << ": note: left out, because a scene has no place for it: " << Show(loss.count) << " x " << loss.what
-                  << '\n';
 }
 } // namespace Lumvo

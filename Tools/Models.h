@@ -59,7 +59,4 @@ private:
     Progress* m_Progress = nullptr;
     KeepImage m_KeepImage;
 };
-
-/// Says on standard error what of a file has no place in a scene, if anything.
-void PrintLosses(const LoadedScene& scene);
 } // namespace Lumvo

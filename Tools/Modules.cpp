@@ -2,6 +2,7 @@
 
 #include <Tools/FileError.h>
 #include <Tools/Output.h>
+#include <Tools/Verbs.h>
 
 #include <Formats/Support/FormatServices.h>
 
@@ -70,6 +71,7 @@ int PriorityOf(const Modules::Entry& entry)
 void Modules::AddOption(CLI::App& verb, std::vector<std::string>& folders)
 {
     verb.add_option("--plugins", folders, "Look for format modules in this folder first; can be given several times")
+        ->check(NotEmpty())
         ->type_name("DIR")
         ->allow_extra_args(false);
 }
@@ -124,7 +126,7 @@ void Modules::TryModule(const fs::path& file, const std::string& origin)
     } else if (dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr) {
         const char* const reason = dlerror();
         attempt.broken = true;
-        attempt.reason = Show(KvText::FromUtf8(reason != nullptr ? reason : "unknown reason"), 400);
+        attempt.reason = Show(reason != nullptr ? reason : "unknown reason", 400);
     } else {
         attempt.loaded = true;
         ForEachService([&](wchar_t kind, const std::wstring& name, const auto& /*service*/) {

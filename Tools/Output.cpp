@@ -5,6 +5,7 @@
 #include <langinfo.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdlib>
@@ -45,6 +46,23 @@ std::string Screen::Paint(Ink ink, std::string_view text) const
 std::string Show(std::wstring_view text, std::size_t limit)
 {
     return Kelvra::KvText::Printable(text, limit);
+}
+
+std::string Show(std::string_view bytes, std::size_t limit)
+{
+    return Show(Kelvra::KvText::FromUtf8(bytes), limit);
+}
+
+std::string ShowLines(std::string_view bytes)
+{
+    static constexpr std::size_t s_MostOfLine = 2000;
+    std::string shown;
+    for (std::size_t at = 0; at <= bytes.size();) {
+        const std::size_t end = std::min(bytes.find('\n', at), bytes.size());
+        shown += (at > 0 ? "\n" : "") + Show(bytes.substr(at, end - at), s_MostOfLine);
+        at = end + 1;
+    }
+    return shown;
 }
 
 std::string ShowPath(const std::filesystem::path& path)

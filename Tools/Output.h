@@ -34,8 +34,15 @@ struct Screen
 /// "always", "never", or "auto": on a terminal unless NO_COLOR is set, which is so from the start.
 void SetColours(const std::string& when);
 
-/// Text from a file or a file name on one line, safe for a terminal, shortened to `limit` characters.
+// Every text that is not lumvo's own passes one of these before it is printed: texts of files and of modules, file
+// names, arguments, messages of libraries and of exceptions. All results are UTF-8, safe for a terminal.
+
+/// Text on one line, shortened to `limit` characters.
 [[nodiscard]] std::string Show(std::wstring_view text, std::size_t limit = 200);
+/// The same for bytes that should be UTF-8.
+[[nodiscard]] std::string Show(std::string_view bytes, std::size_t limit = 200);
+/// Bytes that should be UTF-8, whose line feeds stay line feeds.
+[[nodiscard]] std::string ShowLines(std::string_view bytes);
 [[nodiscard]] std::string ShowPath(const std::filesystem::path& path);
 
 // Numbers for readers; none depends on the locale.

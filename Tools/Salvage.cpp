@@ -22,7 +22,7 @@ using namespace Kelvra;
 namespace fs = std::filesystem;
 
 /// How the part of a file that is in step becomes a whole file: it is copied up to `end`, the counts of lists that
-/// were cut short are replaced, and references that are missing are written as empty ones.
+/// were cut short are replaced, and zeros follow: the references, lists and vectors that are missing, which are empty.
 struct Repair
 {
     struct Patch
@@ -32,7 +32,7 @@ struct Repair
     };
 
     std::uint64_t end = 0;
-    std::uint64_t emptyReferences = 0;
+    std::uint64_t zeros = 0;    // integers
     std::vector<Patch> patches; // in the order of their offsets
 
     explicit Repair(const WalkEnd& walk)
@@ -44,7 +44,7 @@ struct Repair
         // Innermost first: a record can be closed when the walk ended among its references, which stand last.
         bool inner = false; // the one inside is kept
         for (auto open = walk.open.rbegin(); open != walk.open.rend(); ++open) {
-            if (!open->inReferences && !EndsInListCount(*open))
+            if (!open->inReferences && !EndsInCount(*open))
                 continue; // its fields are not complete: nothing of it is kept
             if (!inner)
                 end = open->inReferences ? open->completeEnd : open->countOffset;
@@ -55,27 +55,26 @@ struct Repair
     }
 
 private:
-    /// True where only the count of a record's list is cut; an empty list stands for it.
-    static bool EndsInListCount(const OpenRecord& open)
+    static FieldKind KindOf(const OpenRecord& open) { return open.record->fields[open.field].kind; }
+    /// True where a record's list is cut before its first reference, and with it all that follows in the record, which
+    /// is references too.
+    static bool EndsInCount(const OpenRecord& open)
     {
-        return open.record != nullptr && open.record->fields[open.field].kind == FieldKind::List;
+        return open.record != nullptr && (KindOf(open) == FieldKind::List || KindOf(open) == FieldKind::Vector);
     }
     void Close(const OpenRecord& open, bool inner)
     {
         if (open.record == nullptr)
             return;
         const std::uint64_t kept = open.complete + (inner ? 1 : 0);
-        const std::vector<Field>& fields = open.record->fields;
         if (!open.inReferences)
-            ++emptyReferences;
-        else if (fields[open.field].kind == FieldKind::List)
-            patches.push_back({open.countOffset, static_cast<std::int32_t>(kept)});
-        else if (fields[open.field].kind == FieldKind::Vector && open.wanted != ASceneNode::StyleCount)
+            zeros += KindOf(open) == FieldKind::Vector ? 2U : 1U; // its count, and of a vector that of its tag
+        else if (KindOf(open) == FieldKind::List ||
+                 (KindOf(open) == FieldKind::Vector && open.wanted != ASceneNode::StyleCount))
             patches.push_back({open.countOffset, static_cast<std::int32_t>(kept)});
         else
-            emptyReferences += open.wanted - kept;
-        // An empty reference and an empty list look alike.
-        emptyReferences += fields.size() - open.field - 1;
+            zeros += open.wanted - kept;
+        zeros += open.record->fields.size() - open.field - 1; // pointers, and lists whose count it is
     }
 };
 
@@ -104,27 +103,19 @@ void CopyRepaired(const fs::path& damaged, const Repair& repair, OutputFile& to)
         from.seekg(sizeof patch.count, std::ios::cur);
     }
     copyTo(repair.end);
-    const std::int32_t empty = 0;
-    for (std::uint64_t i = 0; i < repair.emptyReferences; ++i)
-        to.Write(&empty, sizeof empty);
+    const std::int32_t zero = 0;
+    for (std::uint64_t i = 0; i < repair.zeros; ++i)
+        to.Write(&zero, sizeof zero);
     to.Flush();
 }
 } // namespace
 
-void KeepFourStyles(const Roots& roots)
-{
-    for (const AObject* const object : SceneObjects(roots).objects)
-        if (const auto* const node = dynamic_cast<const ASceneNode*>(object))
-            const_cast<ASceneNode*>(node)->SetStyles({node->GetStyle(StyleFace), node->GetStyle(StyleEdge),
-                                                      node->GetStyle(StyleText), node->GetStyle(StyleHighlight)});
-}
-
 Salvaged Salvage(const fs::path& damaged, const fs::path& out)
 {
-    Findings ignored;
-    const WalkEnd walk = SceneWalk(damaged, ignored).Run(true);
+    Findings damages;
+    const WalkEnd walk = SceneWalk(damaged, damages).Run(true);
     const Repair repair(walk);
-    if (walk.objects == 0 && repair.patches.empty() && repair.emptyReferences == 0)
+    if (damages.Count(Severity::Error) > 0 && walk.objects == 0 && repair.patches.empty() && repair.zeros == 0)
         throw FileError(ExitCannotRead, damaged, std::nullopt, "nothing of it can be saved",
                         "No record in it is complete.");
     try {
@@ -135,7 +126,6 @@ Salvaged Salvage(const fs::path& damaged, const fs::path& out)
                             "Name a regular file.");
         CopyRepaired(damaged, repair, inStep);
         const LoadedScene scene = LoadScene(inStep.GetWrittenFile());
-        KeepFourStyles(scene.roots);
 
         Salvaged salvaged;
         salvaged.bytes = WriteSceneFile(scene.roots, output);
@@ -147,6 +137,8 @@ Salvaged Salvage(const fs::path& damaged, const fs::path& out)
         salvaged.roots = scene.roots.size();
         salvaged.objects = SceneObjects(scene.roots).objects.size();
         salvaged.dropped = scene.messages.GetCount();
+        for (const Loss& loss : scene.losses) // a scene file can lose nothing else
+            salvaged.styles += loss.count;
         salvaged.lostOffset = repair.end;
         salvaged.lostBytes = fs::file_size(damaged) - repair.end; // before `out` takes its place, if it is to
         output.Commit();

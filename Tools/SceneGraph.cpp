@@ -5,6 +5,7 @@
 #include <LumvoData/LumvoData.h>
 
 #include <array>
+#include <unordered_set>
 #include <utility>
 
 namespace Lumvo {
@@ -96,6 +97,27 @@ const char* NameOf(Role role) noexcept
 std::vector<Held> HeldBy(const AObject& object)
 {
     return Holder(object).All();
+}
+
+void ForEachNode(const Roots& roots, const std::function<void(ASceneNode&)>& use)
+{
+    std::unordered_set<const ASceneNode*> seen;
+    std::vector<ASceneNode*> ahead; // the next one last
+    const auto meet = [&](const auto& nodes) {
+        for (auto node = nodes.rbegin(); node != nodes.rend(); ++node)
+            if (*node)
+                ahead.push_back(node->get());
+    };
+    meet(roots);
+    while (!ahead.empty()) {
+        ASceneNode& node = *ahead.back();
+        ahead.pop_back();
+        if (!seen.insert(&node).second)
+            continue;
+        use(node);
+        if (const auto* const group = dynamic_cast<const AGroupSceneNode*>(&node))
+            meet(group->GetChildNodes());
+    }
 }
 
 SceneObjects::SceneObjects(const Roots& roots)

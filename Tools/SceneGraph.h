@@ -4,6 +4,7 @@
 #include <LumvoData/Scene/ASceneNode.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -45,6 +46,9 @@ struct Held
 [[nodiscard]] std::vector<Held> HeldBy(const Kelvra::AObject& object);
 
 using Roots = std::vector<std::shared_ptr<Kelvra::ASceneNode>>;
+
+/// Calls `use` with each node that roots lead to, once, in the order of the scene: a group before its children.
+void ForEachNode(const Roots& roots, const std::function<void(Kelvra::ASceneNode&)>& use);
 
 /// All objects that roots lead to, and how often each is referred to.
 struct SceneObjects

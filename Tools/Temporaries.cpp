@@ -28,10 +28,7 @@ TemporarySlot* s_Unused = nullptr;
 
 void RemoveAllAndEnd(int signal)
 {
-    for (const auto remove : {unlink, rmdir}) // files first: folders must be empty
-        for (const TemporarySlot* slot = s_Slots.load(); slot != nullptr; slot = slot->next)
-            if (const char* const path = slot->path.load())
-                remove(path);
+    RemoveTemporaries();
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }
@@ -89,6 +86,14 @@ SignalsHeld::SignalsHeld() noexcept
 SignalsHeld::~SignalsHeld()
 {
     pthread_sigmask(SIG_SETMASK, &m_Former, nullptr);
+}
+
+void RemoveTemporaries() noexcept
+{
+    for (const auto remove : {unlink, rmdir}) // files first: folders must be empty
+        for (const TemporarySlot* slot = s_Slots.load(); slot != nullptr; slot = slot->next)
+            if (const char* const path = slot->path.load())
+                remove(path);
 }
 
 void WatchSignals()

@@ -46,6 +46,10 @@ private:
     sigset_t m_Former;
 };
 
+/// Removes all that is temporary now, for a program that is about to end without destroying its objects. Safe in signal
+/// handlers.
+void RemoveTemporaries() noexcept;
+
 /// Lets signals that end the program remove what is temporary first, and turns those for a full disk quota into errors.
 void WatchSignals();
 } // namespace Lumvo

@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -124,41 +123,45 @@ void Print(const LoadedScene& scene, TreeWalk& walk, const Options& options)
                   << (walk.AtEnd() ? " (--depth)" : " (--max 0 shows all)") << '\n';
 }
 
-Json ToJson(const TreeRow& row, TreeWalk& walk)
+void PrintAsJson(const TreeRow& row, TreeWalk& walk, JsonPrinter& document)
 {
     const std::uint64_t label = walk.LabelOf(*row.object);
-    Json line = {{"depth", row.depth},
-                 {"role", NameOf(row.role)},
-                 {"class", Lumvo::ToJson(row.object->GetRuntimeClassId().GetName())},
-                 {"label", label != 0 ? Json(label) : Json(nullptr)},
-                 {"repeated", row.repeated}};
-    if (row.repeated)
-        return line;
-    Json styles = Json::object();
-    for (const Held& held : row.shownBefore)
-        styles[NameOf(held.role)] = walk.LabelOf(*held.object);
-    line["styles"] = styles;
-    line["inside"] = row.inside;
-    line.update(Describe(*row.object, [&walk](const AObject& object) { return walk.LabelOf(object); }).fields);
-    return line;
+    document.BeginObject().AddMembers({{"depth", row.depth},
+                                       {"role", NameOf(row.role)},
+                                       {"class", ToJson(row.object->GetRuntimeClassId().GetName())},
+                                       {"label", label != 0 ? Json(label) : Json(nullptr)},
+                                       {"repeated", row.repeated}});
+    if (!row.repeated) {
+        Json styles = Json::object();
+        for (const Held& held : row.shownBefore)
+            styles[NameOf(held.role)] = walk.LabelOf(*held.object);
+        const Description description =
+            Describe(*row.object, [&walk](const AObject& object) { return walk.LabelOf(object); });
+        document.AddMembers({{"styles", styles}, {"inside", row.inside}}).AddMembers(description.fields);
+        if (!description.sharedItems.empty()) {
+            document.BeginArray("sharedItems");
+            for (const std::uint64_t item : description.sharedItems)
+                document.Add(item);
+            document.End();
+        }
+    }
+    document.End();
 }
 
 void PrintAsJson(const LoadedScene& scene, TreeWalk& walk, std::uint64_t most)
 {
-    std::uint64_t lines = 0;
-    const auto next = [&]() -> std::optional<Json> {
-        if (walk.AtEnd() || (most != 0 && lines++ == most))
-            return std::nullopt;
-        return ToJson(walk.Next(), walk);
-    };
-    PrintJson({{"file", PathToJson(scene.file)},
-               {"endsEarly", Lumvo::ToJson(scene.earlyEnd)},
-               {"rootReferences", scene.rootReferences}},
-              "lines", next, [&] {
-                  return Json{{"nodesLeftOut", walk.GetNodesLeft()},
-                              {"leftOut", Lumvo::ToJson(scene.losses)},
-                              {"messages", scene.messages.ToJson()}};
-              });
+    JsonPrinter document;
+    document.AddMembers({{"file", PathToJson(scene.file)},
+                         {"endsEarly", ToJson(scene.earlyEnd)},
+                         {"rootReferences", scene.rootReferences}});
+    document.BeginArray("lines");
+    for (std::uint64_t lines = 0; !walk.AtEnd() && (most == 0 || lines < most); ++lines)
+        PrintAsJson(walk.Next(), walk, document);
+    document.End();
+    document.AddMembers({{"nodesLeftOut", walk.GetNodesLeft()},
+                         {"leftOut", ToJson(scene.losses)},
+                         {"messages", scene.messages.ToJson()}});
+    document.End();
 }
 
 ExitCode RunTree(const Options& options)
@@ -170,13 +173,7 @@ ExitCode RunTree(const Options& options)
     else
         Print(scene, walk, options);
     std::cout.flush(); // keeps its place before the notes
-    PrintEarlyEnd(scene);
-    PrintLosses(scene);
-    if (scene.messages.GetCount() > 0) {
-        std::cerr << "lumvo: " << ShowPath(scene.file) << ": loading reported "
-                  << Plural(scene.messages.GetCount(), "message") << ":\n";
-        scene.messages.Print(std::cerr, "       ");
-    }
+    PrintLoadReport(scene);
     return scene.GetExitCode();
 }
 } // namespace

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <functional>
+#include <string>
 
 /// \file
 /// The verbs of the command, each in the source of its name. To add one: a function here, its source, and a
@@ -13,11 +14,17 @@ namespace Lumvo {
 enum ExitCode : int
 {
     ExitFine = 0,
-    ExitFindings = 1, ///< Done, but something was found wrong, such as messages while a file was loaded.
+    ExitFindings = 1, ///< Done, but something was found wrong, such as a file that ends early.
     ExitUsage = 2,
     ExitCannotRead = 3,
     ExitCannotWrite = 4,
 };
+
+/// For options that mean something else, or nothing, without a value.
+inline CLI::Validator NotEmpty()
+{
+    return {[](const std::string& value) { return value.empty() ? "must not be empty" : ""; }, ""};
+}
 
 /// The work that the command line asks for; it throws FileError where it cannot go on.
 using Run = std::function<ExitCode()>;

@@ -2,7 +2,6 @@
 #include <Tests/Fuzz/FuzzFolder.h>
 #include <Tools/FileError.h>
 #include <Tools/LoadedScene.h>
-#include <Tools/Salvage.h>
 #include <Tools/SceneRecords.h>
 
 #include <cstdint>
@@ -18,7 +17,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Fuzz::PutFile(file, data, size);
     try {
         const LoadedScene scene = LoadScene(file);
-        KeepFourStyles(scene.roots);
         OutputFile once(Fuzz::PathOf("once.scene"));
         bool whole = true; // what is nested too deeply where it is written is not
         {

@@ -47,7 +47,7 @@ public:
         bool loadsWhole = false;
         try {
             const Lumvo::LoadedScene scene = Lumvo::LoadScene(Folder() / "walked.scene");
-            loadsWhole = scene.messages.GetCount() == 0 && !scene.earlyEnd;
+            loadsWhole = scene.IsWhole();
         } catch (const Lumvo::FileError&) {
         }
         EXPECT_EQ(isValid, loadsWhole);
@@ -528,15 +528,34 @@ TEST_F(Check, SalvageOfEveryCut)
     EXPECT_EQ(GetFile("out.scene"), good);
 }
 
-// What a loader leaves out, and what it would keep where no file can hold it, does not spoil the result.
-TEST_F(Check, SalvageOfWhatLoadersDrop)
+// A node whose own values are whole is saved, wherever its references begin to be missing.
+TEST_F(Check, SalvageOfANodeWithoutItsStyles)
+{
+    const Bytes whole = Bytes::Header().Add(Group(1, 0));
+    for (std::size_t cut = 227; cut <= whole.Size(); ++cut) { // the first byte of the count of its styles
+        PutFile("cut.scene", whole.First(cut));
+        static_cast<void>(Lumvo::Salvage(Folder() / "cut.scene", Folder() / "out.scene"));
+        EXPECT_EQ(GetFile("out.scene"), whole) << cut;
+    }
+}
+
+// What a loader leaves out, and what it would keep where no file can hold it, does not spoil what is written, and is told.
+TEST_F(Check, WhatLoadersDropIsToldAndNotWritten)
 {
     const Bytes styles = Styled(5).Add(Style(1, u"ALineStyle")).Int(1).Int(1).Int(1).Int(1).Int(0);
-    for (const Bytes& records : {styles, Group(1, 2).Int(0).Add(Group(2, 0))}) {
+    const Bytes children = Group(1, 2).Int(0).Add(Group(2, 0));
+    using Row = std::tuple<std::string, Bytes, std::string>;
+    for (const auto& [verb, records, told] :
+         {Row{"check --salvage odd.scene", styles, "  lost  5 styles beyond the four of a node\n"},
+          Row{"check --salvage odd.scene", children, "  lost  1 reference that no loader keeps\n"},
+          Row{"check --salvage odd.scene", {}, "  saved odd.scene: 0 roots, 0 objects, 8 bytes\n"},
+          Row{"convert -q odd.scene", styles, "    left out  5 x styles beyond the four of a node\n"},
+          Row{"merge -q odd.scene odd.scene", styles, "5 x styles beyond the four of a node\n"}}) {
         PutScene("odd.scene", records);
-        EXPECT_THAT(Lumvo("check --salvage odd.scene odd.scene").out, HasSubstr("  saved odd.scene: ")) << "in place";
+        const Outcome made = Lumvo(verb + " odd.scene"); // in place
+        EXPECT_THAT(made.out + made.err, HasSubstr(told)) << verb;
         const Outcome outcome = Lumvo("check odd.scene");
-        EXPECT_EQ(outcome.code, 0) << outcome.out;
+        EXPECT_EQ(outcome.code, 0) << verb << outcome.out;
     }
 }
 
@@ -610,6 +629,6 @@ TEST_F(Check, TellsInJson)
             "offset": 526, "path": "roots[0].children[1]", "detail": "the reference is empty", "count": 1}],
         "findingsLeftOut": 1,
         "salvaged": {"file": "out.scene", "roots": 1, "objects": 2, "bytes": 526, "lostBytes": 20, "lostOffset": 530,
-            "droppedReferences": 1}})"));
+            "droppedReferences": 1, "droppedStyles": 0}})"));
     EXPECT_EQ(Lumvo("check --json --strict --ignore empty-list out.scene").code, 0);
 }

@@ -79,6 +79,12 @@ TEST_F(Convert, LoadsThroughModulesOfOthers)
     EXPECT_THAT(refused.err, HasSubstr("b.PLN: cannot be loaded: No T!"));
     EXPECT_THAT(Lumvo("info --plugins modules mute.plain").err, HasSubstr("does not say why"));
     EXPECT_EQ(ClassesOf("a.scene").size(), 3U) << "the file of the first run";
+
+    PutFile("thrown.plain", Bytes("X"));
+    EXPECT_THAT(Lumvo("info --plugins modules thrown.plain").err,
+                HasSubstr("thrown.plain: cannot be loaded: \\x001B[31m\uFFFD\n"));
+    EXPECT_EQ(Lumvo("info --json --plugins modules thrown.plain").Json()["error"],
+              "cannot be loaded: \\x001B[31m\uFFFD");
 }
 
 TEST_F(Convert, PutsModelsAndScenesIntoOneScene)

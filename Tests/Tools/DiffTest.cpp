@@ -75,10 +75,8 @@ TEST_P(Changes, AreTold)
     Put("b", changed);
     const Outcome outcome = Lumvo("diff --json a b");
     EXPECT_EQ(outcome.code, 1);
-    EXPECT_EQ(
-        outcome.Json(),
-        Lumvo::Json(
-            {{"a", "a"}, {"b", "b"}, {"same", false}, {"differences", Lumvo::Json::array({GetParam().difference})}}));
+    EXPECT_EQ(outcome.Json()["same"], false);
+    EXPECT_EQ(outcome.Json()["differences"], Lumvo::Json::array({GetParam().difference}));
 }
 INSTANTIATE_TEST_SUITE_P(
     Diff, Changes,
@@ -146,6 +144,23 @@ TEST_F(Diff, TakesNumbersForAlikeWithinTheTolerance)
     EXPECT_EQ(Lumvo("diff a missing").code, 3);
 }
 
+// Of a class that only its module knows all is compared: its record, what it shares, and what nobody else sees.
+TEST_F(Diff, TakesNothingForGrantedOfAModulesClasses)
+{
+    std::filesystem::create_symlink(PLAIN_MODULE, Folder() / "plain.so");
+    const auto differences = [&](const std::string& a, const std::string& b) {
+        PutFile("a.plain", Bytes(a));
+        PutFile("b.plain", Bytes(b));
+        const Lumvo::Json all = Lumvo("diff --json --plugins . a.plain b.plain").Json()["differences"];
+        return all.empty() ? Lumvo::Json() : all.size() > 1 ? all : all[0];
+    };
+    EXPECT_EQ(differences("N1one", "N1one"), nullptr);
+    EXPECT_EQ(differences("N1one", "N2one"),
+              Differs("record", "ANotedEntity", "", "roots[0].entity", "61 bytes, 49 at [56]", "61 bytes, 50 at [56]"));
+    EXPECT_EQ(differences("N1one", "N1two"),
+              Differs("value", "ASubText", "text", "ASubEntity[1]", "\"one\"", "\"two\""));
+}
+
 class Merge : public Diff
 {
 };
@@ -155,7 +170,7 @@ TEST_F(Merge, PutsScenesUnderOneRoot)
     Put("a", Scene());
     Put("b", Scene());
     const Lumvo::Json plain = Lumvo("merge -q --json a b both.scene").Json();
-    EXPECT_EQ(plain["in"][1], Lumvo::Json({{"file", "b"}, {"roots", 1}, {"objects", 8}}));
+    EXPECT_EQ(plain["in"][1]["objects"], 8);
     EXPECT_EQ(plain["objects"], 3 + 2 * 8);
     const Lumvo::Json info = Lumvo("info --json both.scene").Json();
     EXPECT_EQ(info["rootReferences"], 1);
