@@ -55,9 +55,11 @@
 #include <LumvoData/Scene/ASceneNodeVisitor.h>
 #include <LumvoData/Scene/ASelectedNode.h>
 #include <LumvoData/Scene/ATopoSceneNode.h>
+#include <LumvoData/Scene/SceneFields.h>
 #include <LumvoData/Serialize/AControlBlocks.h>
 #include <LumvoData/Serialize/AEntitySerializer.h>
 #include <LumvoData/Serialize/ASceneElements.h>
+#include <LumvoData/Serialize/ASceneFieldVisitor.h>
 #include <LumvoData/Serialize/ASceneLoadLimits.h>
 #include <LumvoData/Serialize/ASceneLoadObserver.h>
 #include <LumvoData/Serialize/ASceneNodeSerializer.h>

@@ -1,10 +1,11 @@
 #include <Tools/Dedupe.h>
 
 #include <Tools/Output.h>
-#include <Tools/Pointers.h>
+#include <Tools/SceneGraph.h>
 #include <Tools/SceneRecords.h>
 
 #include <LumvoData/Contracts/KelvraService/KvText.h>
+#include <LumvoData/LumvoData.h>
 
 #include <xxhash.h>
 
@@ -112,6 +113,22 @@ private:
     std::map<std::string, std::shared_ptr<T>> m_ByBytes; // those whose digest another has
 };
 
+/// Calls edit(pointer) for each reference of a visited object that is not null; it may replace the pointer.
+template <class Edit> class ReferenceEditor : public ASceneFieldVisitor
+{
+public:
+    explicit ReferenceEditor(Edit edit) : m_Edit(edit) {}
+
+private:
+    void OnReference(const ASceneReferenceField& /*field*/, std::shared_ptr<AObject>& object) override
+    {
+        if (object)
+            m_Edit(object);
+    }
+
+    Edit m_Edit;
+};
+
 class Sharer
 {
 public:
@@ -119,11 +136,9 @@ public:
     {
         for (const auto& root : roots)
             Collect(root);
+        ReferenceEditor collector([this](const std::shared_ptr<AObject>& object) { Collect(object); });
         for (std::size_t i = 0; i < m_Objects.size(); ++i) // grows while it is walked
-            EditPointers(*m_Objects[i], [this](const auto& held) {
-                Collect(held);
-                return held;
-            });
+            VisitFields(*m_Objects[i], collector);
     }
 
     /// Shares the equal objects of one kind; what they hold has had its turn.
@@ -165,11 +180,11 @@ private:
 
     void Redirect(AObject& object)
     {
-        EditPointers(object, [this](const auto& held) {
-            using T = typename std::decay_t<decltype(held)>::element_type;
-            const std::shared_ptr<AObject>& replacement = m_Replacements.at(held.get());
-            return replacement ? std::dynamic_pointer_cast<T>(replacement) : held;
+        ReferenceEditor redirector([this](std::shared_ptr<AObject>& held) {
+            if (const std::shared_ptr<AObject>& replacement = m_Replacements.at(held.get()))
+                held = replacement;
         });
+        VisitFields(object, redirector);
     }
 
     RecordReader m_Reader;

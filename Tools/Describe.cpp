@@ -176,11 +176,11 @@ private:
         m_Fields["tag"] = entity.GetTag();
         Box(entity.GetBBox());
         ItemSum sum;
-        for (const Held& held : HeldBy(entity)) {
-            if (held.object == nullptr || held.role != Role::Item)
+        for (const Reference& reference : ReferencesOf(entity)) {
+            if (reference.object == nullptr || reference.field.collector != &ASubEntity::GetClassId())
                 continue;
-            sum.Add(*held.object);
-            if (const std::uint64_t label = m_LabelOf(*held.object))
+            sum.Add(*reference.object);
+            if (const std::uint64_t label = m_LabelOf(*reference.object))
                 m_SharedItems.push_back(label);
         }
         sum.Describe(m_Facts, m_Fields);

@@ -1,9 +1,7 @@
 #include <Tools/Json.h>
 #include <Tools/Models.h>
 #include <Tools/Output.h>
-#include <Tools/RecordTable.h>
 #include <Tools/SceneGraph.h>
-#include <Tools/SceneRecords.h>
 #include <Tools/Verbs.h>
 
 #include <LumvoData/Contracts/KelvraService/KvText.h>
@@ -11,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <iostream>
 #include <limits>
 #include <map>
@@ -22,6 +19,7 @@
 #include <type_traits>
 #include <unordered_map>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace Lumvo {
@@ -34,8 +32,8 @@ constexpr const char* s_Footer =
     "same place. What differs in one member of one class is told once, with the path of the first and how often it\n"
     "differs. An object that is shared in one scene must be shared at the same places in the other.\n"
     "Two coordinates, colours or other numbers with fractions are alike when they differ by no more than --tolerance,\n"
-    "or than that part of the greater of them; two NaN are alike. Objects of a module's own classes are compared by\n"
-    "the bytes of their records.\n"
+    "or than that part of the greater of them; two NaN are alike. What a module's class\n"
+    "stores without a name is compared byte by byte.\n"
     "Exit codes: 0 alike, 1 they differ or one was not loaded whole, 3 a file cannot be read.\n"
     "JSON: {a, b, same, differences: [{kind, class, member, path, a, b, count}], in: [{file, bytes, format, "
     "endsEarly,\n"
@@ -65,121 +63,83 @@ struct Difference
     std::uint64_t count = 1;
 };
 
-/// The records of a scene's objects, each by itself, what it holds as keys alone.
-class Records : public RecordContext
+/// The fields of one object, copied.
+class Fields : public ASceneFieldVisitor
 {
 public:
-    explicit Records(const Roots& roots)
+    using Value = std::variant<std::int32_t, float, double, bool, AMath::Vector3, AMath::Matrix4, AMath::AxisAlignedBox,
+                               AMath::ColourValue, std::wstring, std::vector<float>, std::vector<std::uint32_t>>;
+    struct Plain
     {
-        // One by one, because some may be nested too deeply to be stored with the roots; known ones take no time.
-        for (const AObject* const object : SceneObjects(roots).objects)
-            WithBase(*object, [this](auto& typed) {
-                using T = std::decay_t<decltype(typed)>;
-                Collector().WritePtr(std::shared_ptr<T>(std::shared_ptr<void>(), &typed), *this); // not owned
-            });
-    }
-    /// The bytes, which stay until the next call.
-    const std::string& Of(const AObject& object)
+        const char* name;
+        Value value;
+    };
+    struct References
     {
-        m_Bytes.clear();
-        m_Taking = true;
-        WithBase(object, [this](auto& typed) { typed.Serialize(*this); });
-        m_Taking = false;
-        return m_Bytes;
+        ASceneReferenceField field;
+        std::vector<const AObject*> objects;
+    };
+
+    std::vector<Plain> plain;
+    std::vector<References> references;
+    std::string unnamed; ///< Bytes that the class stores without a name.
+
+    explicit Fields(const AObject& object)
+    {
+        VisitFields(const_cast<AObject&>(object), *this); // which changes nothing
     }
-    /// The objects of one kind by their keys, which count from 1 in the order of the scene; empty beyond the last.
-    template <class T> std::shared_ptr<T> Find(long key) { return Collector().GetCollector<T>()->Find(key); }
 
 private:
-    /// Calls `use` with the object as what its collector keeps. Storing changes nothing; one function serves both
-    /// directions, hence the cast.
-    template <class Use> static void WithBase(const AObject& object, Use use)
+    void OnField(const ASceneField& field) override
     {
-        static_cast<void>(WithBaseOf<ASceneNode>(object, use) || WithBaseOf<AEntity>(object, use) ||
-                          WithBaseOf<ASubEntity>(object, use) || WithBaseOf<ANodeStyle>(object, use) ||
-                          WithBaseOf<AMaterial>(object, use) || WithBaseOf<ATexture>(object, use));
+        plain.push_back({field.name, std::visit([](const auto* value) { return Value(*value); }, field.value)});
     }
-    template <class T, class Use> static bool WithBaseOf(const AObject& object, Use use)
+    void OnReferences(const ASceneReferenceField& field, std::size_t count) override
     {
-        const T* const typed = dynamic_cast<const T*>(&object);
-        if (typed != nullptr)
-            use(const_cast<T&>(*typed));
-        return typed != nullptr;
+        references.push_back({field, {}});
+        references.back().objects.reserve(count);
     }
-    void Put(const void* data, std::size_t count) override
+    void OnReference(const ASceneReferenceField& /*field*/, std::shared_ptr<AObject>& object) override
     {
-        if (m_Taking)
-            m_Bytes.append(static_cast<const char*>(data), count);
+        references.back().objects.push_back(object.get());
     }
-
-    std::string m_Bytes;
-    bool m_Taking = false;
+    void OnBytes(const void* data, std::size_t count) override
+    {
+        unnamed.append(static_cast<const char*>(data), count);
+    }
 };
 
-/// Takes a record apart, field by field.
-class FieldReader
+/// The numbers that a value consists of.
+template <class T> struct Numbers
 {
-public:
-    explicit FieldReader(const std::string& bytes) : m_Bytes(bytes) {}
-
-    template <class T> T Take()
-    {
-        T value{};
-        if (m_Bytes.size() - m_At >= sizeof value)
-            std::memcpy(&value, m_Bytes.data() + m_At, sizeof value);
-        Skip(sizeof value);
-        return value;
-    }
-    void Skip(std::size_t count) { m_At = std::min(m_Bytes.size(), m_At + count); }
-    /// The count of elements of so many bytes that follow.
-    std::size_t TakeCount(std::size_t size)
-    {
-        const auto count = static_cast<std::size_t>(std::max(0, Take<std::int32_t>()));
-        return std::min(count, (m_Bytes.size() - m_At) / size);
-    }
-    [[nodiscard]] std::size_t GetPosition() const noexcept { return m_At; }
-
-private:
-    const std::string& m_Bytes;
-    std::size_t m_At = 0;
+    const T* first;
+    std::size_t count;
 };
-
-/// The member of a record that holds a reference.
-struct Member
+template <class T> Numbers<T> NumbersOf(const T& number)
 {
-    std::string_view name;
-    bool many = false; ///< It holds several.
-};
-
-/// \param record of the class; null for a module's own.
-Member MemberOf(Role role, const RecordDescription* record)
+    return {&number, 1};
+}
+template <class T> Numbers<T> NumbersOf(const std::vector<T>& numbers)
 {
-    switch (role) {
-    case Role::FaceStyle:
-    case Role::EdgeStyle:
-    case Role::TextStyle:
-    case Role::HighlightStyle:
-        return {"styles", true};
-    case Role::Child:
-        return {"children", true};
-    case Role::Member:
-        return {"members", true};
-    case Role::Item: // of a list, or the only one of a simple entity
-        return record != nullptr && record->fields.back().kind == FieldKind::Pointer ? Member{"item"}
-                                                                                     : Member{"items", true};
-    case Role::DiffuseTexture:
-        return {"diffuseTexture"};
-    case Role::ReflectionTexture:
-        return {"reflectionTexture"};
-    default: // called like their members
-        return {NameOf(role)};
-    }
+    return {numbers.data(), numbers.size()};
+}
+Numbers<double> NumbersOf(const AMath::Vector3& point)
+{
+    return {&point.x, 3};
+}
+Numbers<double> NumbersOf(const AMath::Matrix4& matrix)
+{
+    return {&matrix[0], 16};
+}
+Numbers<float> NumbersOf(const AMath::ColourValue& colour)
+{
+    return {&colour.r, 4};
 }
 
 class Comparison
 {
 public:
-    Comparison(const Roots& a, const Roots& b, double tolerance) : m_RecordsA(a), m_RecordsB(b), m_Tolerance(tolerance)
+    Comparison(const Roots& a, const Roots& b, double tolerance) : m_Tolerance(tolerance)
     {
         m_Steps.push_back({});
         const std::size_t common = std::min(a.size(), b.size());
@@ -187,17 +147,11 @@ public:
             m_Ahead.push_back({a[i].get(), b[i].get(), 0, "roots", i});
         if (a.size() != b.size())
             Tell("count", {}, "roots", {}, Plural(a.size(), "root"), Plural(b.size(), "root"));
-        CompareAhead();
-        // Only objects of a module's own classes can hold others unseen. They pair by their keys, which mean the same
-        // in both scenes as long as those are made alike.
-        if (!m_SameStructure)
-            return;
-        CompareUnseen<ASceneNode>("ASceneNode");
-        CompareUnseen<AEntity>("AEntity");
-        CompareUnseen<ASubEntity>("ASubEntity");
-        CompareUnseen<ANodeStyle>("ANodeStyle");
-        CompareUnseen<AMaterial>("AMaterial");
-        CompareUnseen<ATexture>("ATexture");
+        while (!m_Ahead.empty()) {
+            const Pair next = m_Ahead.back();
+            m_Ahead.pop_back();
+            Compare(next);
+        }
     }
 
     [[nodiscard]] const std::vector<Difference>& GetDifferences() const noexcept { return m_Differences; }
@@ -221,29 +175,6 @@ private:
     };
     static constexpr std::size_t s_Single = std::numeric_limits<std::size_t>::max();
 
-    void CompareAhead()
-    {
-        while (!m_Ahead.empty()) {
-            const Pair next = m_Ahead.back();
-            m_Ahead.pop_back();
-            Compare(next);
-        }
-    }
-
-    template <class T> void CompareUnseen(std::string_view kind)
-    {
-        for (long key = 1;; ++key) {
-            const std::shared_ptr<T> a = m_RecordsA.Find<T>(key);
-            const std::shared_ptr<T> b = m_RecordsB.Find<T>(key);
-            if (!a || !b)
-                return;
-            if (m_ToB.count(a.get()) > 0 || m_ToA.count(b.get()) > 0)
-                continue;
-            m_Ahead.push_back({a.get(), b.get(), 0, kind, static_cast<std::size_t>(key - 1)});
-            CompareAhead();
-        }
-    }
-
     void Compare(const Pair& pair)
     {
         const auto className = [](const AObject& object) { return Show(object.GetRuntimeClassId().GetName()); };
@@ -264,59 +195,46 @@ private:
         }
         if (pair.a->GetRuntimeClassId().GetName() != pair.b->GetRuntimeClassId().GetName())
             return Tell("class", {}, std::string(pair.member), pair, className(*pair.a), className(*pair.b));
-        CompareRecords(pair);
-        CompareHeld(pair);
+        const Fields a(*pair.a);
+        const Fields b(*pair.b);
+        CompareValues(pair, a, b);
+        CompareReferences(pair, a, b);
     }
 
-    void CompareHeld(const Pair& pair)
+    void CompareReferences(const Pair& pair, const Fields& a, const Fields& b)
     {
-        const RecordDescription* const record = FindRecord(pair.a->GetRuntimeClassId().GetName());
-        const std::vector<Held> a = HeldBy(*pair.a);
-        const std::vector<Held> b = HeldBy(*pair.b);
         m_Steps.push_back({pair.holder, pair.member, pair.index});
         std::vector<Pair> next;
-        std::size_t first = 0; // of the member
-        for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
-            const Member member = MemberOf(a[i].role, record);
-            first = member.name == MemberOf(a[first].role, record).name ? first : i;
-            next.push_back(
-                {a[i].object, b[i].object, m_Steps.size() - 1, member.name, member.many ? i - first : s_Single});
+        for (std::size_t k = 0; k < std::min(a.references.size(), b.references.size()); ++k) {
+            const auto& [field, objectsA] = a.references[k];
+            const char* const name = *field.name != '\0' ? field.name : "reference"; // a module's, without a name
+            const std::vector<const AObject*>& objectsB = b.references[k].objects;
+            for (std::size_t i = 0; i < std::min(objectsA.size(), objectsB.size()); ++i)
+                next.push_back({objectsA[i], objectsB[i], m_Steps.size() - 1, name,
+                                field.kind == ASceneFieldKind::Reference ? s_Single : i});
+            if (objectsA.size() != objectsB.size())
+                Tell("count", Show(pair.a->GetRuntimeClassId().GetName()), name, pair,
+                     Plural(objectsA.size(), "reference"), Plural(objectsB.size(), "reference"));
         }
         m_Ahead.insert(m_Ahead.end(), next.rbegin(), next.rend());
-        if (a.size() == b.size())
-            return;
-        const Role list = (a.size() > b.size() ? a : b).back().role; // lists are last
-        const auto countOf = [&](const std::vector<Held>& held) {
-            return static_cast<std::uint64_t>(
-                std::count_if(held.begin(), held.end(), [&](const Held& one) { return one.role == list; }));
-        };
-        Tell("count", Show(pair.a->GetRuntimeClassId().GetName()), std::string(MemberOf(list, record).name), pair,
-             Plural(countOf(a), "reference"), Plural(countOf(b), "reference"));
     }
 
-    /// Compares field by field what the record table knows, and the bytes of everything else: the records of a module's
-    /// classes, and what those that go by the name of their base class add to its record.
-    void CompareRecords(const Pair& pair)
+    void CompareValues(const Pair& pair, const Fields& a, const Fields& b)
     {
-        const std::string& bytesA = m_RecordsA.Of(*pair.a);
-        const std::string& bytesB = m_RecordsB.Of(*pair.b);
-        if (bytesA == bytesB)
-            return;
-        FieldReader a(bytesA);
-        FieldReader b(bytesB);
-        if (const RecordDescription* const record = FindRecord(pair.a->GetRuntimeClassId().GetName()))
-            for (const Field& field : record->fields)
-                CompareField(pair, field, a, b);
-        CompareBytes(pair, bytesA, a.GetPosition(), bytesB, b.GetPosition());
+        for (std::size_t k = 0; k < std::min(a.plain.size(), b.plain.size()); ++k) {
+            const auto compare = [&](const auto& valueA) {
+                using T = std::decay_t<decltype(valueA)>;
+                if (const T* const valueB = std::get_if<T>(&b.plain[k].value))
+                    CompareValue(pair, a.plain[k].name, valueA, *valueB);
+            };
+            std::visit(compare, a.plain[k].value);
+        }
+        CompareBytes(pair, a.unnamed, b.unnamed);
     }
 
-    void CompareBytes(const Pair& pair, const std::string& a, std::size_t fromA, const std::string& b,
-                      std::size_t fromB)
+    void CompareBytes(const Pair& pair, const std::string& a, const std::string& b)
     {
-        const auto begin = [](const std::string& bytes, std::size_t at) {
-            return bytes.begin() + static_cast<std::ptrdiff_t>(at);
-        };
-        const auto [inA, inB] = std::mismatch(begin(a, fromA), a.end(), begin(b, fromB), b.end());
+        const auto [inA, inB] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
         if (inA == a.end() && inB == b.end())
             return;
         const auto describe = [](const std::string& bytes, std::string::const_iterator at) {
@@ -328,81 +246,37 @@ private:
         Tell("record", Show(pair.a->GetRuntimeClassId().GetName()), {}, pair, describe(a, inA), describe(b, inB));
     }
 
-    void CompareField(const Pair& pair, const Field& field, FieldReader& a, FieldReader& b)
+    template <class T> void CompareValue(const Pair& pair, const char* name, const T& a, const T& b)
     {
-        switch (field.kind) {
-        case FieldKind::Integer:
-            return CompareNumbers<std::int32_t>(pair, field, a, 1, b, 1);
-        case FieldKind::Float:
-            return CompareNumbers<float>(pair, field, a, 1, b, 1);
-        case FieldKind::Flag:
-            return CompareNumbers<std::uint8_t>(pair, field, a, 1, b, 1);
-        case FieldKind::Point:
-        case FieldKind::Matrix:
-        case FieldKind::Box: {
-            const std::size_t count = FixedSizeOf(field.kind) / sizeof(double);
-            return CompareNumbers<double>(pair, field, a, count, b, count);
-        }
-        case FieldKind::Colour:
-            CompareNumbers<float>(pair, field, a, 4, b, 4);
-            a.Skip(16);
-            return b.Skip(16);
-        case FieldKind::Floats: {
-            const std::size_t countA = a.TakeCount(sizeof(float));
-            return CompareNumbers<float>(pair, field, a, countA, b, b.TakeCount(sizeof(float)));
-        }
-        case FieldKind::Indices: {
-            const std::size_t countA = a.TakeCount(sizeof(std::uint32_t));
-            return CompareNumbers<std::uint32_t>(pair, field, a, countA, b, b.TakeCount(sizeof(std::uint32_t)));
-        }
-        case FieldKind::Text: {
-            const std::wstring textA = TakeText(a);
-            const std::wstring textB = TakeText(b);
-            if (textA != textB)
-                TellField(pair, field, '"' + Show(textA, 60) + '"', '"' + Show(textB, 60) + '"');
-            return;
-        }
-        case FieldKind::Vector: // references are compared as such; their keys mean nothing here
-            for (FieldReader* const reader : {&a, &b}) {
-                const std::size_t count = reader->TakeCount(4);
-                reader->Skip(2 * reader->TakeCount(2));
-                reader->Skip(4 * count);
-            }
-            return;
-        case FieldKind::List:
-            a.Skip(4 * a.TakeCount(4));
-            return b.Skip(4 * b.TakeCount(4));
-        case FieldKind::Pointer:
-            a.Skip(4);
-            return b.Skip(4);
-        }
+        CompareNumbers(pair, name, NumbersOf(a), NumbersOf(b));
+    }
+    void CompareValue(const Pair& pair, const char* name, const AMath::AxisAlignedBox& a,
+                      const AMath::AxisAlignedBox& b)
+    {
+        const AMath::Vector3 cornersA[] = {a.getMinimum(), a.getMaximum()};
+        const AMath::Vector3 cornersB[] = {b.getMinimum(), b.getMaximum()};
+        CompareNumbers<double>(pair, name, {&cornersA[0].x, 6}, {&cornersB[0].x, 6});
+    }
+    void CompareValue(const Pair& pair, const char* name, const std::wstring& a, const std::wstring& b)
+    {
+        if (a != b)
+            TellValue(pair, name, '"' + Show(a, 60) + '"', '"' + Show(b, 60) + '"');
     }
 
-    template <class T>
-    void CompareNumbers(const Pair& pair, const Field& field, FieldReader& a, std::size_t countA, FieldReader& b,
-                        std::size_t countB)
+    template <class T> void CompareNumbers(const Pair& pair, const char* name, Numbers<T> a, Numbers<T> b)
     {
+        if (a.count != b.count)
+            return TellValue(pair, name, Plural(a.count, "number"), Plural(b.count, "number"));
         std::uint64_t different = 0;
-        std::string firstA;
-        std::string firstB;
-        const std::size_t common = std::min(countA, countB);
-        for (std::size_t i = 0; i < common; ++i) {
-            const T numberA = a.Take<T>();
-            const T numberB = b.Take<T>();
-            if (AreAlike(numberA, numberB) || different++ > 0)
-                continue;
-            const std::string where = common > 1 ? " at [" + std::to_string(i) + "]" : "";
-            firstA = NumberOf(numberA) + where;
-            firstB = NumberOf(numberB) + where;
-        }
-        a.Skip((countA - common) * sizeof(T));
-        b.Skip((countB - common) * sizeof(T));
-        if (countA != countB)
-            TellField(pair, field, Plural(countA, "number"), Plural(countB, "number"));
-        else if (different > 0) {
-            const std::string more = different > 1 ? ", the first of " + Show(different) : "";
-            TellField(pair, field, firstA + more, firstB + more);
-        }
+        std::size_t first = 0;
+        for (std::size_t i = 0; i < a.count; ++i)
+            if (!AreAlike(a.first[i], b.first[i]) && different++ == 0)
+                first = i;
+        if (different == 0)
+            return;
+        const std::string where = (a.count > 1 ? " at [" + std::to_string(first) + "]" : "") +
+                                  (different > 1 ? ", the first of " + Show(different) : "");
+        TellValue(pair, name, NumberOf(a.first[first]) + where, NumberOf(b.first[first]) + where);
     }
     /// With all its digits; JSON has no NaN and no infinity.
     template <class T> static std::string NumberOf(T number)
@@ -410,6 +284,8 @@ private:
         if constexpr (std::is_floating_point_v<T>)
             if (!std::isfinite(number))
                 return Show(static_cast<double>(number));
+        if constexpr (std::is_same_v<T, bool>)
+            return number ? "1" : "0";
         if constexpr (std::is_same_v<T, float>)
             return ToJson(number).dump();
         return Json(number).dump();
@@ -426,25 +302,13 @@ private:
         }
         return a == b;
     }
-    static std::wstring TakeText(FieldReader& reader)
+    void TellValue(const Pair& pair, const char* name, const std::string& a, const std::string& b)
     {
-        std::u16string units(reader.TakeCount(sizeof(char16_t)), u'\0');
-        for (char16_t& unit : units)
-            unit = reader.Take<char16_t>();
-        std::wstring text;
-        KvText::FromUtf16(units, text);
-        return text;
-    }
-
-    void TellField(const Pair& pair, const Field& field, const std::string& a, const std::string& b)
-    {
-        Tell("value", Show(pair.a->GetRuntimeClassId().GetName()), std::string(field.name), pair, a, b);
+        Tell("value", Show(pair.a->GetRuntimeClassId().GetName()), name, pair, a, b);
     }
     void Tell(const char* kind, const std::string& className, const std::string& member, const Pair& pair,
               const std::string& a, const std::string& b)
     {
-        const std::string_view is = kind;
-        m_SameStructure = m_SameStructure && (is == "value" || is == "record");
         const auto [known, isNew] = m_Known.try_emplace({kind, className, member}, m_Differences.size());
         if (isNew)
             m_Differences.push_back({kind, className, member, PathOf(pair), a, b});
@@ -472,8 +336,6 @@ private:
         return path;
     }
 
-    Records m_RecordsA;
-    Records m_RecordsB;
     double m_Tolerance;
     std::vector<Pair> m_Ahead; // the next pair last
     std::vector<Step> m_Steps;
@@ -481,7 +343,6 @@ private:
     std::unordered_map<const AObject*, const AObject*> m_ToA;
     std::map<std::tuple<std::string, std::string, std::string>, std::size_t> m_Known; // index in m_Differences
     std::vector<Difference> m_Differences;
-    bool m_SameStructure = true; // so far
 };
 
 void Print(const Options& options, const std::vector<Difference>& differences, bool whole)
@@ -509,19 +370,14 @@ void Print(const Options& options, const std::vector<Difference>& differences, b
               << '\n';
 }
 
-std::vector<Difference> Compare(const Roots& a, const Roots& b, double tolerance)
-{
-    const KvAssertScope quiet([](const KvReport&) {}); // of objects that are nested too deeply to be stored
-    return Comparison(a, b, tolerance).GetDifferences();
-}
-
 ExitCode RunDiff(const Options& options)
 {
     ModelLoader loader(options.model);
     const LoadedScene a = loader.Load(options.a);
     const LoadedScene b = loader.Load(options.b);
     const bool whole = a.IsWhole() && b.IsWhole();
-    const std::vector<Difference> differences = Compare(a.roots, b.roots, options.tolerance);
+    const Comparison comparison(a.roots, b.roots, options.tolerance);
+    const std::vector<Difference>& differences = comparison.GetDifferences();
     if (options.json) {
         Json all = Json::array();
         for (const Difference& difference : differences)

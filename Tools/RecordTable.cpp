@@ -1,85 +1,62 @@
 #include <Tools/RecordTable.h>
 
+#include <LumvoData/Contracts/KelvraService/KvText.h>
+#include <LumvoData/LumvoData.h>
+
 #include <algorithm>
 #include <array>
-#include <initializer_list>
+#include <memory>
+#include <optional>
 
 namespace Lumvo {
 namespace {
 
-using Fields = std::vector<Field>;
+using namespace Kelvra;
 
-Fields Join(std::initializer_list<Fields> parts)
+std::optional<Family> FamilyOf(const AClassId* collector)
 {
-    Fields all;
-    for (const Fields& part : parts)
-        all.insert(all.end(), part.begin(), part.end());
-    return all;
+    for (int family = 0; family < FamilyCount && collector != nullptr; ++family)
+        if (KvText::ToUtf8(collector->GetName()) == BaseOf(static_cast<Family>(family)))
+            return static_cast<Family>(family);
+    return std::nullopt;
 }
+
+/// Lists the fields of an object, unless some have no names or hold references of other collectors.
+class FieldList : public ASceneFieldVisitor
+{
+public:
+    static std::optional<std::vector<Field>> Of(AObject& object)
+    {
+        FieldList list;
+        return VisitFields(object, list) && list.m_IsComplete ? std::optional(std::move(list.m_Fields)) : std::nullopt;
+    }
+
+private:
+    void OnField(const ASceneField& field) override { m_Fields.push_back({field.GetKind(), field.name}); }
+    void OnReferences(const ASceneReferenceField& field, std::size_t /*count*/) override
+    {
+        const std::optional<Family> family = FamilyOf(field.collector);
+        m_IsComplete = m_IsComplete && family && *field.name != '\0';
+        const bool isWhole = field.kept == field.collector;
+        m_Fields.push_back({field.kind, field.name, family.value_or(Family::Node),
+                            isWhole ? std::string() : KvText::ToUtf8(field.kept->GetName())});
+    }
+    void OnBytes(const void* /*data*/, std::size_t /*count*/) override { m_IsComplete = false; }
+
+    std::vector<Field> m_Fields;
+    bool m_IsComplete = true;
+};
 
 std::vector<RecordDescription> MakeRecords()
 {
-    using K = FieldKind;
-    using F = Family;
-    const Fields header = {{K::Integer, "tag"}, {K::Box, "box"}};
-    const Fields node = {{K::Integer, "id"},
-                         {K::Flag, "visible"},
-                         {K::Matrix, "transform"},
-                         {K::Box, "box"},
-                         {K::Vector, "styles", F::Style}};
-    const auto items = [&](std::string_view item) { return Join({header, {{K::List, "items", F::Piece, item}}}); };
-    const auto item = [&](std::string_view className) {
-        return Join({header, {{K::Pointer, "item", F::Piece, className}}});
-    };
-    return {
-        {"AGroupSceneNode", F::Node, Join({node, {{K::List, "children", F::Node}}})},
-        {"AEntitySceneNode", F::Node, Join({node, {{K::Pointer, "entity", F::Entity}}})},
-        {"AGroupEntity", F::Entity, Join({header, {{K::List, "members", F::Entity}}})},
-        {"ATopoEntity", F::Entity,
-         Join(
-             {header,
-              {{K::Pointer, "faces", F::Entity, "AMeshListEntity"}, {K::Pointer, "edges", F::Entity, "AListEntity"}}})},
-        {"AMeshListEntity", F::Entity, items("ASubMesh")},
-        {"AListEntity", F::Entity, items("ASubEdge")},
-        {"ATextListEntity", F::Entity, items("ASubText")},
-        {"APolygonListEntity", F::Entity, items("ASubPolygon")},
-        {"AMeshEntity", F::Entity, item("ASubMesh")},
-        {"AEdgeEntity", F::Entity, item("ASubEdge")},
-        {"APolygonEntity", F::Entity, item("ASubPolygon")},
-        {"ASubMesh", F::Piece,
-         Join({header,
-               {{K::Floats, "vertices"}, {K::Indices, "indices"}, {K::Floats, "normals"}, {K::Floats, "texCoords"}}})},
-        {"ASubEdge", F::Piece, Join({header, {{K::Floats, "vertices"}}})},
-        {"ASubPolygon", F::Piece,
-         Join({header, {{K::Floats, "vertices"}, {K::Floats, "texCoords"}, {K::Point, "normal"}}})},
-        {"ASubText", F::Piece, Join({header, {{K::Text, "text"}, {K::Point, "position"}, {K::Colour, "colour"}}})},
-        {"AFaceStyle",
-         F::Style,
-         {{K::Colour, "colour"},
-          {K::Flag, "transparent"},
-          {K::Flag, "useMaterial"},
-          {K::Pointer, "material", F::Material}}},
-        {"ALineStyle", F::Style, {{K::Colour, "colour"}, {K::Float, "width"}, {K::Flag, "modelLine"}}},
-        {"AMaterial",
-         F::Material,
-         {{K::Colour, "ambient"},
-          {K::Colour, "diffuse"},
-          {K::Colour, "specular"},
-          {K::Colour, "emission"},
-          {K::Float, "shininess"},
-          {K::Pointer, "diffuseTexture", F::Texture},
-          {K::Pointer, "reflectionTexture", F::Texture}}},
-        {"ATexture", F::Texture, {{K::Text, "name"}, {K::Text, "fileName"}, {K::Flag, "enableMask"}}},
-    };
-}
-
-template <class Char> const RecordDescription* FindByName(std::basic_string_view<Char> className)
-{
-    for (const RecordDescription& record : AllRecords())
-        if (std::equal(className.begin(), className.end(), record.className.begin(), record.className.end(),
-                       [](Char a, char b) { return a == static_cast<Char>(b); }))
-            return &record;
-    return nullptr;
+    std::vector<RecordDescription> records;
+    for (const auto& [name, creator] : TSingleton<AClassFactory>::Instance()) {
+        const std::unique_ptr<AObject> object(creator->Create());
+        const std::optional<Family> family = FamilyOf(FindCollectorClass(*object));
+        if (std::optional<std::vector<Field>> fields = FieldList::Of(*object); fields && family)
+            records.push_back({KvText::ToUtf8(name), *family, std::move(*fields)});
+    }
+    return records;
 }
 } // namespace
 
@@ -96,14 +73,15 @@ const std::vector<RecordDescription>& AllRecords()
     return s_Records;
 }
 
-const RecordDescription* FindRecord(std::wstring_view className)
-{
-    return FindByName(className);
-}
-
 const RecordDescription* FindRecord(std::u16string_view className)
 {
-    return FindByName(className);
+    std::wstring wide;
+    KvText::FromUtf16(className, wide);
+    const std::string name = KvText::ToUtf8(wide);
+    const auto& records = AllRecords();
+    const auto found = std::find_if(records.begin(), records.end(),
+                                    [&](const RecordDescription& record) { return record.className == name; });
+    return found == records.end() ? nullptr : &*found;
 }
 
 std::size_t FixedSizeOf(FieldKind kind) noexcept
@@ -112,6 +90,8 @@ std::size_t FixedSizeOf(FieldKind kind) noexcept
     case FieldKind::Integer:
     case FieldKind::Float:
         return 4;
+    case FieldKind::Double:
+        return 8;
     case FieldKind::Flag:
         return 1;
     case FieldKind::Point:

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <LumvoData/Serialize/ASceneFieldVisitor.h>
+
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <vector>
 
 /// \file
-/// The records of a scene file as data: what Serialize of each class writes, field by field, for those who read a
-/// file without making its objects.
+/// The records of a scene file as data, for those who read a file without making its objects. Derived from the class
+/// factory: each class lists its own fields.
 namespace Lumvo {
 
 /// The collectors, each with keys of its own.
@@ -23,42 +26,26 @@ inline constexpr int FamilyCount = 6;
 /// The class whose pointers the collector keeps, such as "ASceneNode".
 [[nodiscard]] std::string_view BaseOf(Family family) noexcept;
 
-enum class FieldKind
-{
-    Integer, ///< 4 bytes.
-    Float,   ///< 4 bytes.
-    Flag,    ///< 1 byte.
-    Point,   ///< Three doubles.
-    Matrix,  ///< Sixteen doubles.
-    Box,     ///< Six doubles.
-    Colour,  ///< Four floats, then 16 bytes without meaning.
-    Text,    ///< A count of UTF-16 code units, then those.
-    Floats,  ///< A count of floats, then those.
-    Indices, ///< A count of 32-bit integers, then those.
-    Pointer, ///< A reference.
-    List,    ///< A count of references, then those; none may be empty.
-    Vector,  ///< A count of references, the text "vector", then the references; of four any may be empty.
-};
+using FieldKind = Kelvra::ASceneFieldKind;
 
 struct Field
 {
     FieldKind kind;
     std::string_view name;
     Family family = Family::Node; ///< Of references.
-    std::string_view item = {};   ///< Of references: the only class that is kept; empty for the whole family.
+    std::string item = {};        ///< Of references: the only class that is kept; empty for the whole family.
 };
 
 struct RecordDescription
 {
-    std::string_view className;
+    std::string className;
     Family family;
     std::vector<Field> fields;
 };
 
-/// The record of a class; null for a class that no scene file can hold.
-[[nodiscard]] const RecordDescription* FindRecord(std::wstring_view className);
+/// The record of a class; null for a class that the class factory cannot make, or whose fields have no names.
 [[nodiscard]] const RecordDescription* FindRecord(std::u16string_view className);
-/// All of them.
+/// The records of all classes in the class factory, those of modules included, in the order of their names.
 [[nodiscard]] const std::vector<RecordDescription>& AllRecords();
 
 /// How many bytes a field of fixed size takes; 0 for the others.

@@ -5,6 +5,8 @@
 #include <LumvoData/LumvoData.h>
 
 #include <array>
+#include <map>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 
@@ -13,64 +15,24 @@ namespace {
 
 using namespace Kelvra;
 
-class Holder
+/// Collects the references of one object.
+class ReferenceList : public ASceneFieldVisitor
 {
 public:
-    explicit Holder(const AObject& object) : m_Object(object) {}
-
-    std::vector<Held> All()
-    {
-        As<ASceneNode>([this](const ASceneNode& node) {
-            static constexpr std::array s_Roles = {Role::FaceStyle, Role::EdgeStyle, Role::TextStyle,
-                                                   Role::HighlightStyle};
-            static_assert(s_Roles.size() == ASceneNode::StyleCount, "a role for each slot");
-            for (std::size_t slot = 0; slot < s_Roles.size(); ++slot)
-                Add(s_Roles[slot], node.GetStyle(static_cast<AStyleIndex>(slot)));
-        });
-        As<AGroupSceneNode>([this](const AGroupSceneNode& node) { Add(Role::Child, node.GetChildNodes()); }) ||
-            As<AEntitySceneNode>([this](const AEntitySceneNode& node) { Add(Role::Entity, node.GetEntity()); }) ||
-            As<AGroupEntity>([this](const AGroupEntity& group) { Add(Role::Member, group.GetAll()); }) ||
-            As<ATopoEntity>([this](const ATopoEntity& topo) {
-                Add(Role::Faces, topo.GetFaces());
-                Add(Role::Edges, topo.GetEdges());
-            }) ||
-            Items<AMeshListEntity>() || Items<AEdgeListEntity>() || Items<ATextListEntity>() ||
-            Items<APolygonListEntity>() || Item<AMeshEntity>() || Item<AEdgeEntity>() || Item<APolygonEntity>() ||
-            As<AFaceStyle>([this](const AFaceStyle& style) { Add(Role::Material, style.GetMaterial()); }) ||
-            As<AMaterial>([this](const AMaterial& material) {
-                Add(Role::DiffuseTexture, material.GetDiffuseTexture());
-                Add(Role::ReflectionTexture, material.GetReflectionTexture());
-            });
-        return std::move(m_Held);
-    }
+    std::vector<Reference> references;
 
 private:
-    template <class T, class Use> bool As(Use use)
+    void OnReferences(const ASceneReferenceField& /*field*/, std::size_t count) override
     {
-        const T* const typed = dynamic_cast<const T*>(&m_Object);
-        if (typed != nullptr)
-            use(*typed);
-        return typed != nullptr;
+        references.reserve(references.size() + count);
+        m_Index = 0;
     }
-    template <class T> bool Items()
+    void OnReference(const ASceneReferenceField& field, std::shared_ptr<AObject>& object) override
     {
-        return As<T>([this](const T& list) { Add(Role::Item, list.GetItems()); });
-    }
-    template <class T> bool Item()
-    {
-        return As<T>([this](const T& entity) { Add(Role::Item, entity.GetItem()); });
+        references.push_back({field, m_Index++, object.get()});
     }
 
-    template <class T> void Add(Role role, const std::shared_ptr<T>& object) { m_Held.push_back({role, object.get()}); }
-    template <class T> void Add(Role role, const std::list<std::shared_ptr<T>>& objects)
-    {
-        m_Held.reserve(m_Held.size() + objects.size());
-        for (const std::shared_ptr<T>& object : objects)
-            Add(role, object);
-    }
-
-    const AObject& m_Object;
-    std::vector<Held> m_Held;
+    std::size_t m_Index = 0;
 };
 
 /// What stands at one place of each of two scenes.
@@ -86,17 +48,35 @@ std::string Differ(const std::wstring& className, const std::string& what)
 }
 } // namespace
 
-const char* NameOf(Role role) noexcept
+std::string RoleOf(const Reference& reference)
 {
-    static constexpr std::array s_Names = {
-        "root",   "face style", "edge style", "text style", "highlight style", "child",           "entity",
-        "member", "faces",      "edges",      "item",       "material",        "diffuse texture", "reflection texture"};
-    return s_Names[static_cast<std::size_t>(role)];
+    static const std::map<std::string_view, std::string_view> s_Singular = {
+        {"children", "child"}, {"items", "item"}, {"members", "member"}};
+    static constexpr std::array s_Styles = {"face style", "edge style", "text style", "highlight style"};
+    const std::string_view field = reference.field.name;
+    if (field == "styles" && reference.index < s_Styles.size())
+        return s_Styles[reference.index];
+    if (const auto singular = s_Singular.find(field); singular != s_Singular.end())
+        return std::string(singular->second);
+    std::string words; // "diffuseTexture" becomes "diffuse texture"
+    for (const char letter : field)
+        if (letter >= 'A' && letter <= 'Z')
+            (words += ' ') += static_cast<char>(letter - 'A' + 'a');
+        else
+            words += letter;
+    return words;
 }
 
-std::vector<Held> HeldBy(const AObject& object)
+Reference RootReference(const AObject* root, std::size_t index)
 {
-    return Holder(object).All();
+    return {{"root", ASceneFieldKind::List, &ASceneNode::GetClassId(), &ASceneNode::GetClassId()}, index, root};
+}
+
+std::vector<Reference> ReferencesOf(const AObject& object)
+{
+    ReferenceList list;
+    VisitFields(const_cast<AObject&>(object), list); // which changes nothing
+    return std::move(list.references);
 }
 
 void ForEachNode(const Roots& roots, const std::function<void(ASceneNode&)>& use)
@@ -129,8 +109,8 @@ SceneObjects::SceneObjects(const Roots& roots)
     for (const std::shared_ptr<ASceneNode>& root : roots)
         refer(root.get());
     for (std::size_t done = 0; done < objects.size(); ++done) // the vector grows while it is walked
-        for (const Held& held : HeldBy(*objects[done]))
-            refer(held.object);
+        for (const Reference& reference : ReferencesOf(*objects[done]))
+            refer(reference.object);
 }
 
 std::string CompareSharing(const Roots& a, const Roots& b)
@@ -160,8 +140,8 @@ std::string CompareSharing(const Roots& a, const Roots& b)
             return Differ(className, "is shared in one scene and not in the other");
         if (!newInA)
             continue;
-        const std::vector<Held> heldByA = HeldBy(*place.a);
-        const std::vector<Held> heldByB = HeldBy(*place.b);
+        const std::vector<Reference> heldByA = ReferencesOf(*place.a);
+        const std::vector<Reference> heldByB = ReferencesOf(*place.b);
         if (heldByA.size() != heldByB.size())
             return Differ(className, "holds " + Show(std::uint64_t{heldByA.size()}) + " objects in one scene and " +
                                          Show(std::uint64_t{heldByB.size()}) + " in the other");

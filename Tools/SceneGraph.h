@@ -2,7 +2,9 @@
 
 #include <LumvoData/Contracts/KelvraData/AObject.h>
 #include <LumvoData/Scene/ASceneNode.h>
+#include <LumvoData/Serialize/ASceneFieldVisitor.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -15,35 +17,20 @@
 /// graph deeper than any stack and give it more paths than could ever be walked.
 namespace Lumvo {
 
-/// What an object is to its holder.
-enum class Role
+/// A reference that an object or the file itself holds.
+struct Reference
 {
-    Root, ///< Held by the file itself.
-    FaceStyle,
-    EdgeStyle,
-    TextStyle,
-    HighlightStyle,
-    Child,
-    Entity,
-    Member,
-    Faces,
-    Edges,
-    Item,
-    Material,
-    DiffuseTexture,
-    ReflectionTexture,
-};
-[[nodiscard]] const char* NameOf(Role role) noexcept;
-
-/// One reference.
-struct Held
-{
-    Role role;
+    Kelvra::ASceneReferenceField field;
+    std::size_t index;             ///< In a list or a vector.
     const Kelvra::AObject* object; ///< Null where the reference is empty.
 };
+/// What a user calls the object from its holder's side, such as "child" or "face style".
+[[nodiscard]] std::string RoleOf(const Reference& reference);
+/// The reference by which a file holds a root.
+[[nodiscard]] Reference RootReference(const Kelvra::AObject* root, std::size_t index);
 
 /// What an object's record refers to, in the order of the record.
-[[nodiscard]] std::vector<Held> HeldBy(const Kelvra::AObject& object);
+[[nodiscard]] std::vector<Reference> ReferencesOf(const Kelvra::AObject& object);
 
 using Roots = std::vector<std::shared_ptr<Kelvra::ASceneNode>>;
 

@@ -96,7 +96,7 @@ std::uint64_t WriteSceneFile(const Roots& roots, OutputFile& output, const std::
         if (!report.empty())
             throw FileError(ExitCannotWrite, file, std::nullopt, "cannot be written whole: " + report,
                             "A scene file nests " + std::to_string(Kelvra::ASceneSerializeContext::MaxNesting) +
-                                " levels at most: let fewer groups stand inside each other.");
+                                " levels at most: nest groups less deeply, and use classes that scene files can hold.");
         return output.GetSize();
     } catch (const std::system_error& error) {
         FailToWrite(file, error.code());

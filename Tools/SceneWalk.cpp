@@ -102,7 +102,7 @@ void SceneWalk::Step()
         return Close();
     const Field& field = frame.record->fields[frame.field];
     switch (field.kind) {
-    case FieldKind::Pointer:
+    case FieldKind::Reference:
     case FieldKind::List:
     case FieldKind::Vector:
         if (!frame.inReferences)
@@ -128,6 +128,9 @@ void SceneWalk::ReadPlain(Frame& frame, const Field& field)
         break;
     case FieldKind::Float:
         CheckFinite(Read<std::array<float, 1>>(field.name), offset, field);
+        break;
+    case FieldKind::Double:
+        CheckFinite(Read<std::array<double, 1>>(field.name), offset, field);
         break;
     case FieldKind::Point:
         CheckFinite(Read<std::array<double, 3>>(field.name), offset, field);
@@ -166,7 +169,7 @@ void SceneWalk::BeginReferences(Frame& frame, const Field& field)
     frame.countOffset = m_Position;
     frame.wanted = 1;
     frame.complete = 0;
-    if (field.kind != FieldKind::Pointer) {
+    if (field.kind != FieldKind::Reference) {
         frame.wanted = ReadCount(field, 0);
         if (frame.wanted > GetLeft() / sizeof(std::int32_t))
             Find(FindingCode::BadCount, field.name, frame.countOffset, [&] {
@@ -539,7 +542,7 @@ std::string SceneWalk::PathOf(std::string_view member) const
             continue;
         const Field& field = frame.record->fields[frame.field];
         path.append(".").append(field.name);
-        if (field.kind != FieldKind::Pointer)
+        if (field.kind != FieldKind::Reference)
             path += "[" + std::to_string(frame.complete) + "]";
         last = i + 1 == m_Open.size() ? field.name : std::string_view();
     }

@@ -80,11 +80,11 @@ std::string NameOfLabel(std::uint64_t label)
 
 void PrintRow(const TreeRow& row, TreeWalk& walk, const Screen& screen, const std::string& indentation)
 {
-    const std::uint64_t label = walk.LabelOf(*row.object);
-    const std::string className = Show(row.object->GetRuntimeClassId().GetName());
+    const std::uint64_t label = walk.LabelOf(*row.reference.object);
+    const std::string className = Show(row.reference.object->GetRuntimeClassId().GetName());
     std::cout << indentation;
-    if (!IsPartOfTree(row.role))
-        std::cout << NameOf(row.role) << ": ";
+    if (!IsPartOfTree(row.reference))
+        std::cout << RoleOf(row.reference) << ": ";
     if (row.repeated) {
         std::cout << "-> " << screen.Paint(Screen::Label, NameOfLabel(label)) << ' ' << className << '\n';
         return;
@@ -93,14 +93,14 @@ void PrintRow(const TreeRow& row, TreeWalk& walk, const Screen& screen, const st
         std::cout << screen.Paint(Screen::Label, NameOfLabel(label)) << ' ';
     std::cout << screen.Paint(Screen::Strong, className);
     const Description description =
-        Describe(*row.object, [&walk](const AObject& object) { return walk.LabelOf(object); });
+        Describe(*row.reference.object, [&walk](const AObject& object) { return walk.LabelOf(object); });
     if (!description.text.empty())
         std::cout << "  " << description.text;
     const char* separator = "; ";
-    for (const Held& held : row.shownBefore) {
-        const std::string_view role = NameOf(held.role); // "edge" says enough of an edge style
+    for (const Reference& reference : row.shownBefore) {
+        const std::string role = RoleOf(reference); // "edge" says enough of an edge style
         std::cout << separator << role.substr(0, role.find(" style")) << ' '
-                  << screen.Paint(Screen::Label, NameOfLabel(walk.LabelOf(*held.object)));
+                  << screen.Paint(Screen::Label, NameOfLabel(walk.LabelOf(*reference.object)));
         separator = ", ";
     }
     if (row.inside > 0)
@@ -125,18 +125,18 @@ void Print(const LoadedScene& scene, TreeWalk& walk, const Options& options)
 
 void PrintAsJson(const TreeRow& row, TreeWalk& walk, JsonPrinter& document)
 {
-    const std::uint64_t label = walk.LabelOf(*row.object);
+    const AObject& object = *row.reference.object;
+    const std::uint64_t label = walk.LabelOf(object);
     document.BeginObject().AddMembers({{"depth", row.depth},
-                                       {"role", NameOf(row.role)},
-                                       {"class", ToJson(row.object->GetRuntimeClassId().GetName())},
+                                       {"role", RoleOf(row.reference)},
+                                       {"class", ToJson(object.GetRuntimeClassId().GetName())},
                                        {"label", label != 0 ? Json(label) : Json(nullptr)},
                                        {"repeated", row.repeated}});
     if (!row.repeated) {
         Json styles = Json::object();
-        for (const Held& held : row.shownBefore)
-            styles[NameOf(held.role)] = walk.LabelOf(*held.object);
-        const Description description =
-            Describe(*row.object, [&walk](const AObject& object) { return walk.LabelOf(object); });
+        for (const Reference& reference : row.shownBefore)
+            styles[RoleOf(reference)] = walk.LabelOf(*reference.object);
+        const Description description = Describe(object, [&walk](const AObject& other) { return walk.LabelOf(other); });
         document.AddMembers({{"styles", styles}, {"inside", row.inside}}).AddMembers(description.fields);
         if (!description.sharedItems.empty()) {
             document.BeginArray("sharedItems");

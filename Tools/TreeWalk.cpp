@@ -1,5 +1,8 @@
 #include <Tools/TreeWalk.h>
 
+#include <LumvoData/Entity/AEntity.h>
+#include <LumvoData/Entity/ASubEntity.h>
+
 #include <cstddef>
 #include <limits>
 #include <utility>
@@ -7,26 +10,30 @@
 namespace Lumvo {
 namespace {
 
-bool IsNode(const Kelvra::AObject& object)
+using namespace Kelvra;
+
+bool IsNode(const AObject& object)
 {
-    return dynamic_cast<const Kelvra::ASceneNode*>(&object) != nullptr;
+    return dynamic_cast<const ASceneNode*>(&object) != nullptr;
 }
 } // namespace
 
-bool IsPartOfTree(Role role) noexcept
+bool IsPartOfTree(const Reference& reference) noexcept
 {
-    return role == Role::Root || role == Role::Child || role == Role::Entity || role == Role::Member;
+    const AClassId* const collector = reference.field.collector;
+    return collector == reference.field.kept &&
+           (collector == &ASceneNode::GetClassId() || collector == &AEntity::GetClassId());
 }
 
 TreeWalk::TreeWalk(const Roots& roots, std::uint64_t depth)
     : m_Objects(roots), m_Depth(depth == 0 ? std::numeric_limits<std::uint64_t>::max() : depth)
 {
-    std::vector<Held> held;
-    held.reserve(roots.size());
+    std::vector<Reference> references;
+    references.reserve(roots.size());
     for (const auto& root : roots)
-        held.push_back({Role::Root, root.get()});
-    PutAhead(held, 0);
-    for (const Kelvra::AObject* const object : m_Objects.objects)
+        references.push_back(RootReference(root.get(), references.size()));
+    PutAhead(references, 0);
+    for (const AObject* const object : m_Objects.objects)
         m_NodesLeft += IsNode(*object) ? 1U : 0U;
 }
 
@@ -34,17 +41,18 @@ TreeRow TreeWalk::Next()
 {
     TreeRow row = std::move(m_Ahead.back());
     m_Ahead.pop_back();
-    row.repeated = !m_Shown.insert(row.object).second;
+    const AObject& object = *row.reference.object;
+    row.repeated = !m_Shown.insert(&object).second;
     if (row.repeated)
         return row;
-    m_NodesLeft -= IsNode(*row.object) ? 1U : 0U;
-    std::vector<Held> inside;
-    for (const Held& held : HeldBy(*row.object)) {
-        if (held.object == nullptr || held.role == Role::Item)
+    m_NodesLeft -= IsNode(object) ? 1U : 0U;
+    std::vector<Reference> inside;
+    for (const Reference& reference : ReferencesOf(object)) {
+        if (reference.object == nullptr || reference.field.collector == &ASubEntity::GetClassId())
             continue;
         // Most nodes share their styles: a row for each again would bury the tree.
-        const bool brief = !IsPartOfTree(held.role) && m_Shown.count(held.object) > 0;
-        (brief ? row.shownBefore : inside).push_back(held);
+        const bool brief = !IsPartOfTree(reference) && m_Shown.count(reference.object) > 0;
+        (brief ? row.shownBefore : inside).push_back(reference);
     }
     if (row.depth + 1 < m_Depth)
         PutAhead(inside, row.depth + 1);
@@ -53,19 +61,18 @@ TreeRow TreeWalk::Next()
     return row;
 }
 
-std::uint64_t TreeWalk::LabelOf(const Kelvra::AObject& object)
+std::uint64_t TreeWalk::LabelOf(const AObject& object)
 {
     return m_Objects.IsShared(object) ? m_Labels.try_emplace(&object, m_Labels.size() + 1).first->second : 0;
 }
 
-void TreeWalk::PutAhead(const std::vector<Held>& held, std::uint64_t depth)
+void TreeWalk::PutAhead(const std::vector<Reference>& references, std::uint64_t depth)
 {
-    for (std::size_t i = held.size(); i-- > 0;) {
+    for (std::size_t i = references.size(); i-- > 0;) {
         TreeRow row;
-        row.object = held[i].object;
-        row.role = held[i].role;
+        row.reference = references[i];
         row.depth = depth;
-        row.last = i + 1 == held.size();
+        row.last = i + 1 == references.size();
         m_Ahead.push_back(std::move(row));
     }
 }

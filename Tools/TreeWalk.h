@@ -9,20 +9,19 @@
 
 namespace Lumvo {
 
-/// True for what hangs in the tree as such; styles, materials, textures and the two lists of a body are named
-/// by their roles.
-[[nodiscard]] bool IsPartOfTree(Role role) noexcept;
+/// True for the nodes and entities that form the tree. Styles, materials, textures and the two lists of a body are
+/// named by their roles.
+[[nodiscard]] bool IsPartOfTree(const Reference& reference) noexcept;
 
 /// An object at its place in the tree.
 struct TreeRow
 {
-    const Kelvra::AObject* object = nullptr;
-    Role role = Role::Child;
+    Reference reference; ///< To the object, which is never null.
     std::uint64_t depth = 0;
-    bool last = false;             ///< Of all rows that its holder gives.
-    bool repeated = false;         ///< It had a row before, and what it holds has its rows there.
-    std::vector<Held> shownBefore; ///< Styles, materials and textures that it holds and that had their rows.
-    std::uint64_t inside = 0;      ///< How many rows it would give if they were not too deep.
+    bool last = false;                  ///< Of all rows that its holder gives.
+    bool repeated = false;              ///< It had a row before, and what it holds has its rows there.
+    std::vector<Reference> shownBefore; ///< Styles, materials and textures that it holds and that had their rows.
+    std::uint64_t inside = 0;           ///< How many rows it would give if they were not too deep.
 };
 
 /// Walks a scene row by row, the inside of each object only where the object is met first. Items give no rows.
@@ -41,7 +40,7 @@ public:
     [[nodiscard]] std::uint64_t LabelOf(const Kelvra::AObject& object);
 
 private:
-    void PutAhead(const std::vector<Held>& held, std::uint64_t depth);
+    void PutAhead(const std::vector<Reference>& references, std::uint64_t depth);
 
     SceneObjects m_Objects;
     std::uint64_t m_Depth;

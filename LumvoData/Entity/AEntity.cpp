@@ -11,7 +11,7 @@ template class TScenePtrCollector<std::shared_ptr<AEntity>>;
 void AEntity::Serialize(ASceneSerializeContext& context)
 {
     ASceneRecord record(context);
-    record.Number(m_nTag);
-    record.Box(m_BBox);
+    record.Number("tag", m_nTag);
+    record.Box("box", m_BBox);
 }
 } // namespace Kelvra

@@ -19,8 +19,8 @@ class ASceneSerializeContext;
 ///   null.
 /// - Ownership: held by shared pointer wherever one object refers to another.
 /// - Record: tag (32-bit integer), box minimum and maximum (24 bytes each).
-/// - Errors: none of its own. Where a file ends early the remaining members stay as they were, except that the
-///   box becomes finite.
+/// - Errors: none of its own. If a file ends early, the remaining members keep their values, except that the box
+///   becomes finite.
 class KELVRA_API AEntity : public AObject
 {
     KELVRA_DECLARE_CLASS_ID();
@@ -28,13 +28,13 @@ class KELVRA_API AEntity : public AObject
 public:
     [[nodiscard]] const AMath::AxisAlignedBox& GetBBox() const noexcept { return m_BBox; }
     void SetBBox(const AMath::AxisAlignedBox& box) noexcept { m_BBox = box; }
-    /// A caller's label, -1 at first.
+    /// User-defined tag; initially -1.
     [[nodiscard]] int GetTag() const noexcept { return m_nTag; }
     void SetTag(int tag) noexcept { m_nTag = tag; }
 
     using AObject::Serialize; // overriding one overload would hide the XML pair
     virtual void Serialize(ASceneSerializeContext& context);
-    /// Hands the pieces of geometry that the visitor's filter asks for to the visitor.
+    /// Passes the pieces of geometry that the visitor's filter asks for to the visitor.
     /// \returns false when the walk is to stop.
     virtual bool Visit(AEntityVisitor& visitor) = 0;
 

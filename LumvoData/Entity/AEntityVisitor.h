@@ -21,12 +21,12 @@ enum AEntityFilter : unsigned int
     EntityFilterTexts = 8,
 };
 
-/// The caller's hook for walking the geometry of an entity: AEntity::Visit hands each piece whose kind the
+/// The caller's hook for walking the geometry of an entity: AEntity::Visit passes each piece whose kind the
 /// filter asks for to the operation of that kind.
 ///
 /// The operations return true to go on and false to stop. List, simple and group entities stop at once; a
-/// topology entity goes on whatever they return. The pointer may be empty: empty items are handed out as they
-/// are. No entity of the library holds vertices, so VisitVertex is never called by one.
+/// topology entity goes on whatever they return. The pointer may be null: null items are visited
+/// too. No entity of the library holds vertices, so none calls VisitVertex.
 class KELVRA_API AEntityVisitor
 {
 public:
@@ -41,7 +41,7 @@ public:
     virtual bool VisitPolygon(const std::shared_ptr<ASubPolygon>& polygon) = 0;
     virtual bool VisitMesh(const std::shared_ptr<ASubMesh>& mesh) = 0;
 
-    /// The filter: AEntityFilter bits, none at first.
+    /// The filter: AEntityFilter bits; initially none.
     void SetFilter(unsigned int filter) noexcept { m_nFilter = filter; }
     [[nodiscard]] unsigned int GetFilter() const noexcept { return m_nFilter; }
 

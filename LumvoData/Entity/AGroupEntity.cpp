@@ -36,7 +36,7 @@ void AGroupEntity::Serialize(ASceneSerializeContext& context)
 {
     AEntity::Serialize(context);
     ASceneRecord record(context);
-    record.List(m_Entities);
+    record.List("members", m_Entities);
 }
 
 bool AGroupEntity::Visit(AEntityVisitor& visitor)

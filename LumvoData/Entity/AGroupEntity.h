@@ -14,7 +14,7 @@ namespace Kelvra {
 ///   group must not hold itself, directly or through other groups.
 /// - Record: entity header, then the list of the members through the collector of AEntity. The box is stored,
 ///   not computed again.
-/// - Errors: a member that reads as empty is reported with "Failed to read item!" and left out.
+/// - Errors: a member that reads as null is reported with "Failed to read item!" and left out.
 class KELVRA_API AGroupEntity : public AEntity
 {
     KELVRA_DECLARE_CLASS_ID();
@@ -27,7 +27,7 @@ public:
 
     /// The members in the order of insertion.
     [[nodiscard]] const std::list<std::shared_ptr<AEntity>>& GetAll() const noexcept { return m_Entities; }
-    /// Appends an entity and merges its box into the group's. An empty pointer is reported with "Entity is
+    /// Appends an entity and merges its box into the group's. A null pointer is reported with "Entity is
     /// NULL!" and changes nothing.
     void AddEntity(const std::shared_ptr<AEntity>& entity);
 

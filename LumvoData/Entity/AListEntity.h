@@ -14,7 +14,7 @@ namespace Kelvra {
 /// - Units: the box is what its builder set; adding an item does not change it.
 /// - Ownership: shares its items, which other entities may hold too; a copy shares the same items.
 /// - Record: entity header, then the list of the items through the collector of ASubEntity.
-/// - Errors: an item that reads as empty, or that is of another class, is reported with "Failed to read
+/// - Errors: an item that reads as null, or that is of another class, is reported with "Failed to read
 ///   item!" and left out.
 template <class Trait> class KELVRA_TEMPLATE_API AListEntity : public AEntity
 {
@@ -31,7 +31,7 @@ public:
     {
         AEntity::Serialize(context);
         ASceneRecord record(context);
-        record.ListAs<ASubEntity>(m_Items);
+        record.ListAs<ASubEntity>("items", m_Items);
     }
     /// Passes each item to the visitor, a null one too, until it returns false. Meanwhile the visitor may append items
     /// and remove the item that it was given. It must not remove any other item, clear or replace the list, or assign to

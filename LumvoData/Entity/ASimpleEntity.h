@@ -19,7 +19,7 @@ template <class Trait> class KELVRA_TEMPLATE_API ASimpleEntity : public AEntity
 public:
     using Item = typename Trait::Item;
 
-    /// Empty where there is none.
+    /// Null if there is none.
     [[nodiscard]] const std::shared_ptr<Item>& GetItem() const noexcept { return m_Item; }
     void SetItem(const std::shared_ptr<Item>& item) noexcept { m_Item = item; }
 
@@ -28,9 +28,9 @@ public:
     {
         AEntity::Serialize(context);
         ASceneRecord record(context);
-        record.PointerAs<ASubEntity>(m_Item);
+        record.PointerAs<ASubEntity>("item", m_Item);
     }
-    /// Hands the item to the visitor, an empty one too.
+    /// Passes the item to the visitor, even if it is null.
     bool Visit(AEntityVisitor& visitor) override
     {
         const std::shared_ptr<Item> kept = m_Item; // the visitor may replace it

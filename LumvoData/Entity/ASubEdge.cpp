@@ -10,6 +10,6 @@ void ASubEdge::Serialize(ASceneSerializeContext& context)
 {
     ASubEntity::Serialize(context);
     ASceneRecord record(context);
-    record.Buffer(m_VertexBuffer);
+    record.Buffer("vertices", m_VertexBuffer);
 }
 } // namespace Kelvra

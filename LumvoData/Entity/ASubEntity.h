@@ -18,8 +18,8 @@ class ASceneSerializeContext;
 ///   is null.
 /// - Ownership: shared by the entities that hold it.
 /// - Record: tag (32-bit integer), box minimum and maximum (24 bytes each).
-/// - Errors: none of its own. Where a file ends early the remaining members stay as they were, except that the
-///   box becomes finite.
+/// - Errors: none of its own. If a file ends early, the remaining members keep their values, except that the box
+///   becomes finite.
 class KELVRA_API ASubEntity : public AObject
 {
     KELVRA_DECLARE_CLASS_ID();
@@ -28,7 +28,7 @@ public:
     [[nodiscard]] const AMath::AxisAlignedBox& GetBBox() const noexcept { return m_BBox; }
     /// Copies the box; the argument is not changed.
     void SetBBox(AMath::AxisAlignedBox& box) noexcept { m_BBox = box; }
-    /// A caller's label, -1 at first.
+    /// User-defined tag; initially -1.
     [[nodiscard]] int GetTag() const noexcept { return m_nTag; }
     void SetTag(int tag) noexcept { m_nTag = tag; }
 

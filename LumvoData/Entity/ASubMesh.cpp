@@ -10,9 +10,9 @@ void ASubMesh::Serialize(ASceneSerializeContext& context)
 {
     ASubEntity::Serialize(context);
     ASceneRecord record(context);
-    record.Buffer(m_VertexBuffer);
-    record.Buffer(m_IndexBuffer);
-    record.Buffer(m_NormalBuffer);
-    record.Buffer(m_TexCoordBuffer);
+    record.Buffer("vertices", m_VertexBuffer);
+    record.Buffer("indices", m_IndexBuffer);
+    record.Buffer("normals", m_NormalBuffer);
+    record.Buffer("texCoords", m_TexCoordBuffer);
 }
 } // namespace Kelvra

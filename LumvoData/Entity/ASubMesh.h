@@ -6,7 +6,7 @@
 
 namespace Kelvra {
 
-/// An indexed mesh: four flat buffers, which the library stores and hands out but never interprets.
+/// An indexed mesh: four flat buffers, which the library stores but never interprets.
 ///
 /// By the callers' convention positions and normals take three floats per vertex, texture coordinates two,
 /// and three indices make a triangle.

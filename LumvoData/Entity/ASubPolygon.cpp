@@ -10,8 +10,8 @@ void ASubPolygon::Serialize(ASceneSerializeContext& context)
 {
     ASubEntity::Serialize(context);
     ASceneRecord record(context);
-    record.Buffer(m_VertexBuffer);
-    record.Buffer(m_TexCoordBuffer);
-    record.Point(m_Normal);
+    record.Buffer("vertices", m_VertexBuffer);
+    record.Buffer("texCoords", m_TexCoordBuffer);
+    record.Point("normal", m_Normal);
 }
 } // namespace Kelvra

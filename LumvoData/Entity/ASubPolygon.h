@@ -11,7 +11,7 @@ namespace Kelvra {
 ///
 /// By the callers' convention a corner takes three floats and a texture coordinate two.
 ///
-/// - Units: corners and normal in the owning entity's coordinates; the normal is (1, 0, 0) at first.
+/// - Units: corners and normal in the owning entity's coordinates; the normal is initially (1, 0, 0).
 /// - Ownership: the buffers are its own; a copy shares nothing with its source.
 /// - Record: sub-entity header, then vertex and texture-coordinate buffer, each a count of floats and the
 ///   floats, then the normal (24 bytes).

@@ -10,8 +10,8 @@ void ASubText::Serialize(ASceneSerializeContext& context)
 {
     ASubEntity::Serialize(context);
     ASceneRecord record(context);
-    record.Text(m_szText);
-    record.Point(m_Position);
-    record.Colour(m_Color);
+    record.Text("text", m_szText);
+    record.Point("position", m_Position);
+    record.Colour("colour", m_Color);
 }
 } // namespace Kelvra

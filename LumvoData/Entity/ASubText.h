@@ -13,8 +13,8 @@ namespace Kelvra {
 /// - Units: position in the owning entity's coordinates; colour as given, never clamped.
 /// - Ownership: everything by value, so a copy shares nothing with its source.
 /// - Record: sub-entity header, text, position (24 bytes), colour block (32 bytes).
-/// - Errors: as ASceneSerializeContext::Read for the text. Where a file ends early the remaining members stay as
-///   they were.
+/// - Errors: as ASceneSerializeContext::Read for the text. If a file ends early, the remaining members
+///   keep their values.
 class KELVRA_API ASubText : public ASubEntity
 {
     KELVRA_DECLARE_CLASS_ID();

@@ -10,6 +10,6 @@ void ASubVertex::Serialize(ASceneSerializeContext& context)
 {
     ASubEntity::Serialize(context);
     ASceneRecord record(context);
-    record.Point(m_Vertex);
+    record.Point("vertex", m_Vertex);
 }
 } // namespace Kelvra

@@ -7,7 +7,7 @@ namespace Kelvra {
 
 /// A single vertex. No entity of the library holds one, and the class factory makes none.
 ///
-/// - Units: position in the owning entity's coordinates; the origin at first.
+/// - Units: position in the owning entity's coordinates; initially the origin.
 /// - Record: sub-entity header, then the vertex (24 bytes).
 class KELVRA_API ASubVertex : public ASubEntity
 {

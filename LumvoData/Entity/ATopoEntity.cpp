@@ -10,7 +10,7 @@ constexpr const char* s_Source = "..\\Entity\\ATopoEntity";
 constexpr int s_NullFaces = 38;
 constexpr int s_NullEdges = 50;
 
-/// Hands every item of a list to the visitor if its filter asks for them, whatever it answers. The list is taken
+/// Hands every item of a list to the visitor if its filter asks for them, whatever it returns. The list is taken
 /// by value, because the visitor may replace it.
 template <class Trait> void VisitAll(std::shared_ptr<AListEntity<Trait>> list, AEntityVisitor& visitor)
 {
@@ -45,8 +45,8 @@ void ATopoEntity::Serialize(ASceneSerializeContext& context)
 {
     AEntity::Serialize(context);
     ASceneRecord record(context);
-    record.PointerAs<AEntity>(m_Faces);
-    record.PointerAs<AEntity>(m_Edges);
+    record.PointerAs<AEntity>("faces", m_Faces);
+    record.PointerAs<AEntity>("edges", m_Edges);
 }
 
 bool ATopoEntity::Visit(AEntityVisitor& visitor)

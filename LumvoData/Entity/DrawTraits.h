@@ -9,7 +9,7 @@
 #include <memory>
 
 /// \file
-/// What tells the kinds of list and simple entities apart: the type of their items, the filter bit that asks
+/// What distinguishes the kinds of list and simple entities: the type of their items, the filter bit that asks
 /// for them, and the visitor operation that receives each.
 namespace Kelvra {
 

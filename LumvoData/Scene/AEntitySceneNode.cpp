@@ -18,7 +18,7 @@ void AEntitySceneNode::Serialize(ASceneSerializeContext& context)
 {
     ASceneNode::Serialize(context);
     ASceneRecord record(context);
-    record.Pointer(m_Entity);
+    record.Pointer("entity", m_Entity);
 }
 
 void AEntitySceneNode::Visit(ASceneNodeVisitor* visitor)

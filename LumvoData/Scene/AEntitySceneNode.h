@@ -19,7 +19,7 @@ class KELVRA_API AEntitySceneNode : public ASceneNode
     KELVRA_DECLARE_CLASS_ID();
 
 public:
-    /// Empty where there is none.
+    /// Null if there is none.
     [[nodiscard]] const std::shared_ptr<AEntity>& GetEntity() const noexcept { return m_Entity; }
     /// Replaces the entity and takes over its box; an empty pointer leaves the box as it was.
     void SetEntity(const std::shared_ptr<AEntity>& entity);

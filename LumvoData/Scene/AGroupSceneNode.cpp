@@ -45,7 +45,7 @@ void AGroupSceneNode::Serialize(ASceneSerializeContext& context)
 {
     ASceneNode::Serialize(context);
     ASceneRecord record(context);
-    record.List(m_Children);
+    record.List("children", m_Children);
 }
 
 void AGroupSceneNode::Visit(ASceneNodeVisitor* visitor)

@@ -49,7 +49,7 @@ public:
 
     /// Never null; lives as long as a manager that shares it.
     [[nodiscard]] ACamera* GetCamera() const noexcept { return m_Camera.get(); }
-    /// Never null; lives as long as a manager that shares it.
+    /// Never null; lives as long as a manager that shares it. (The spelling of the name is fixed.)
     [[nodiscard]] AEnvironment* GetEnviornment() const noexcept { return m_Environment.get(); }
     [[nodiscard]] const AMath::AxisAlignedBox& GetBBox() const noexcept { return m_BBox; }
     void SetBBox(const AMath::AxisAlignedBox& box) noexcept { m_BBox = box; }

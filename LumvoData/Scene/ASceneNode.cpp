@@ -24,10 +24,10 @@ void ASceneNode::SetStyles(const std::vector<std::shared_ptr<ANodeStyle>>& style
 void ASceneNode::Serialize(ASceneSerializeContext& context)
 {
     ASceneRecord record(context);
-    record.Number(m_nId);
-    record.Flag(m_bVisible);
-    record.Matrix(m_Transform);
-    record.Box(m_BBox);
-    record.Vector(m_Styles);
+    record.Number("id", m_nId);
+    record.Flag("visible", m_bVisible);
+    record.Matrix("transform", m_Transform);
+    record.Box("box", m_BBox);
+    record.Vector("styles", m_Styles);
 }
 } // namespace Kelvra

@@ -19,10 +19,10 @@ namespace Kelvra {
 class KELVRA_API ATopoSceneNode : public ASceneNode
 {
 public:
-    /// Empty where there are none.
+    /// Null if there are none.
     [[nodiscard]] const std::shared_ptr<AMeshListEntity>& GetFaces() const noexcept { return m_Faces; }
     void SetFaces(const std::shared_ptr<AMeshListEntity>& faces) noexcept { m_Faces = faces; }
-    /// Empty where there are none.
+    /// Null if there are none.
     [[nodiscard]] const std::shared_ptr<AEdgeListEntity>& GetEdges() const noexcept { return m_Edges; }
     void SetEdges(const std::shared_ptr<AEdgeListEntity>& edges) noexcept { m_Edges = edges; }
 

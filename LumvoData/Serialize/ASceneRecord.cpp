@@ -9,34 +9,42 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
 static_assert(sizeof(AMath::Vector3) == 24, "a point is three doubles");
 static_assert(sizeof(AMath::Matrix4) == 128, "a matrix is sixteen doubles");
 
-void ASceneRecord::Flag(bool& value)
+void ASceneRecord::Flag(const char* name, bool& value)
 {
+    if (Visits(name, value))
+        return;
     std::uint8_t byte = value ? 1 : 0;
     Block(byte);
     if (!m_Context.IsStoring()) // other threads may be storing the same object
         value = byte != 0;
 }
 
-void ASceneRecord::Text(std::wstring& value)
+void ASceneRecord::Text(const char* name, std::wstring& value)
 {
+    if (Visits(name, value))
+        return;
     if (m_Context.IsStoring())
         m_Context.Write(value);
     else
         m_Context.Read(value);
 }
 
-void ASceneRecord::Box(AMath::AxisAlignedBox& value)
+void ASceneRecord::Box(const char* name, AMath::AxisAlignedBox& value)
 {
+    if (Visits(name, value))
+        return;
     AMath::Vector3 minimum = value.getMinimum();
     AMath::Vector3 maximum = value.getMaximum();
-    Point(minimum);
-    Point(maximum);
+    Block(minimum);
+    Block(maximum);
     if (!m_Context.IsStoring())
         value.setExtents(minimum, maximum);
 }
 
-void ASceneRecord::Colour(AMath::ColourValue& value)
+void ASceneRecord::Colour(const char* name, AMath::ColourValue& value)
 {
+    if (Visits(name, value))
+        return;
     struct
     {
         AMath::ColourValue colour;

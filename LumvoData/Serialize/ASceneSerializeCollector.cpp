@@ -2,6 +2,7 @@
 
 #include <LumvoData/Contracts/KelvraData/AClassFactory.h>
 #include <LumvoData/Contracts/KelvraService/KvAssert.h>
+#include <LumvoData/Serialize/ASceneFieldVisitor.h>
 #include <LumvoData/Serialize/AScenePtrCollectorFactory.h>
 
 #include <string_view>
@@ -26,6 +27,13 @@ void ASceneSerializeCollector::Forget()
     m_Known.clear();
     m_Checked.fill(nullptr);
     m_NotCreatable.clear();
+}
+
+void ASceneSerializeCollector::Visit(const AClassId& collector, std::shared_ptr<AObject> object)
+{
+    const ASceneReferenceField field{"", ASceneFieldKind::Reference, &collector, &collector};
+    m_Visitor->OnReferences(field, 1);
+    m_Visitor->OnReference(field, object);
 }
 
 const std::shared_ptr<AScenePtrCollector>* ASceneSerializeCollector::Find(const std::wstring& className)

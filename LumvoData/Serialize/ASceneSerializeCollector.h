@@ -18,6 +18,8 @@
 
 namespace Kelvra {
 
+class AObject;
+class ASceneFieldVisitor;
 class ASceneSerializeContext;
 
 /// The pointer collectors of one run, found by the class name of the type that the pointers share, and the count of
@@ -30,6 +32,9 @@ class ASceneSerializeContext;
 class KELVRA_API ASceneSerializeCollector
 {
 public:
+    /// \param visitor receives the references instead of the collectors; null for a file. It outlives the set.
+    explicit ASceneSerializeCollector(ASceneFieldVisitor* visitor = nullptr) noexcept : m_Visitor(visitor) {}
+
     /// Makes a fresh collector of every kind in the collector factory.
     void Begin();
     /// Releases every collector, and with them the objects that only they held.
@@ -54,6 +59,8 @@ public:
     /// Stores one reference through the collector of `T`.
     template <class T> void WritePtr(const std::shared_ptr<T>& p, ASceneSerializeContext& context)
     {
+        if (m_Visitor != nullptr)
+            return Visit(T::GetClassId(), p);
         auto* const collector = GetCollector<T>();
         if (Check(collector != nullptr, SceneReports::NothingWritten))
             collector->Write(p, context);
@@ -70,6 +77,9 @@ public:
         if (loaded)
             p = std::move(loaded);
     }
+
+    /// The visitor that receives the references; null for a file.
+    [[nodiscard]] ASceneFieldVisitor* GetVisitor() const noexcept { return m_Visitor; }
 
     /// How many reports were made through this set since it was made; neither Begin nor End sets it back.
     [[nodiscard]] std::size_t GetReportCount() const noexcept { return m_ReportCount; }
@@ -99,11 +109,14 @@ private:
         AScenePtrCollector* collector;
     };
 
+    /// Passes a reference that has no name to the visitor.
+    void Visit(const AClassId& collector, std::shared_ptr<AObject> object);
     const std::shared_ptr<AScenePtrCollector>* Find(const std::wstring& className);
     void Forget();
     bool Report(const ASceneReport& report);
     void CheckCreatableName(const std::wstring& className);
 
+    ASceneFieldVisitor* m_Visitor;
     std::map<std::wstring, std::shared_ptr<AScenePtrCollector>> m_Collectors;
     std::vector<Known> m_Known;
     std::array<const AClassId*, 32> m_Checked{}; // identities that were checked lately, by their addresses

@@ -3,6 +3,7 @@
 #include <LumvoData/Contracts/Host/CFile.h>
 #include <LumvoData/Contracts/KelvraService/KvText.h>
 #include <LumvoData/Serialize/ASceneElements.h>
+#include <LumvoData/Serialize/ASceneFieldVisitor.h>
 #include <LumvoData/Serialize/ASceneReports.h>
 
 #include <stdexcept>
@@ -15,6 +16,10 @@ constexpr std::size_t s_ShortText = 32; // code units
 
 ASceneSerializeContext::ASceneSerializeContext(const std::wstring& fileName, bool storing)
     : m_bStoring(storing), m_szFileName(fileName), m_File(std::make_unique<CFile>())
+{}
+
+ASceneSerializeContext::ASceneSerializeContext(ASceneFieldVisitor& visitor)
+    : m_Collector(&visitor), m_bStoring(true), m_File(std::make_unique<CFile>())
 {}
 
 ASceneSerializeContext::~ASceneSerializeContext() = default;
@@ -74,8 +79,11 @@ void ASceneSerializeContext::Write(const std::wstring& text)
 
 void ASceneSerializeContext::Write(const void* data, int count)
 {
-    if (count > 0)
-        m_File->Write(data, static_cast<std::size_t>(count));
+    if (count <= 0)
+        return;
+    if (ASceneFieldVisitor* const visitor = GetFieldVisitor(); visitor != nullptr)
+        return visitor->OnBytes(data, static_cast<std::size_t>(count));
+    m_File->Write(data, static_cast<std::size_t>(count));
 }
 
 void ASceneSerializeContext::Read(std::wstring& text)

@@ -15,6 +15,7 @@
 
 namespace Kelvra {
 
+class ASceneFieldVisitor;
 class CFile;
 
 /// Stores a scene into a binary scene file, or loads it back: one file, one direction, one run.
@@ -40,11 +41,13 @@ class CFile;
 ///     which raises `std::length_error`; containers give up after 1,024 elements that read as null, and 16,384 in all
 ///     containers. An override of GetBytesLeft() lifts both for what it says is there.
 ///
+/// - Threads: a context and its scene belong to one thread at a time; different scenes may be loaded and saved in
+///   different threads at once.
 /// - Units: counts and offsets in bytes.
 /// - Ownership: owns its file and its collectors, which share the run's objects until End; cannot be copied.
-/// - Errors: Begin answers false where there is no scene file. A read beyond the end leaves the rest of its
-///   destination as it was. `std::system_error` with the file's name passes from the file layer: for a failed
-///   write at the latest from End. `std::length_error` is raised, before anything is allocated, for a count in
+/// - Errors: Begin returns false if the file is not a scene file. A read beyond the end leaves the rest of its
+///   destination unchanged. `std::system_error` with the file's name passes from the file layer: for a failed
+///   write at the latest from End. `std::length_error` is thrown, before anything is allocated, for a count in
 ///   the file whose elements are not in it and would take more than 16 MiB, for what is beyond the limits that
 ///   the caller set, and for a count too large to be written. After an exception the only use of a run is End; what
 ///   was loaded before it is complete. The destructor ignores errors. What is reported to the assertion service does
@@ -59,6 +62,10 @@ public:
 
     /// Remembers name and direction; touches no file.
     ASceneSerializeContext(const std::wstring& fileName, bool storing);
+    /// For a visitor instead of a file: an object's Serialize hands its fields to the visitor. Needs neither Begin nor
+    /// End. The context counts as storing, and what a class stores other than through an ASceneRecord reaches the
+    /// visitor without a name. The visitor outlives the context.
+    explicit ASceneSerializeContext(ASceneFieldVisitor& visitor);
     ~ASceneSerializeContext() override;
     ASceneSerializeContext(const ASceneSerializeContext&) = delete;
     ASceneSerializeContext& operator=(const ASceneSerializeContext&) = delete;
@@ -84,6 +91,8 @@ public:
     void ReadBuffer(void* data, int count) { Read(data, count); }
 
     [[nodiscard]] bool IsStoring() const noexcept { return m_bStoring; }
+    /// The visitor of a context that was made for one; otherwise null.
+    [[nodiscard]] ASceneFieldVisitor* GetFieldVisitor() const noexcept { return m_Collector.GetVisitor(); }
     [[nodiscard]] ASceneSerializeCollector& Collector() noexcept { return m_Collector; }
 
     /// Bytes between the position and the end of a file that is being loaded; otherwise 0. A derived class that takes

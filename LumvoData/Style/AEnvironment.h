@@ -23,7 +23,7 @@ public:
 
     /// The grid, never null; it lives as long as an environment that shares it.
     [[nodiscard]] AWorkingPlane* GetWorkingPlane() const noexcept { return m_WorkingPlane.get(); }
-    /// Empty where there is none.
+    /// Null if there is none.
     [[nodiscard]] const std::shared_ptr<ASkyBox>& GetSkyBox() const noexcept { return m_SkyBox; }
     void SetSkyBox(const std::shared_ptr<ASkyBox>& skyBox) noexcept { m_SkyBox = skyBox; }
 

@@ -9,9 +9,9 @@ KELVRA_DEFINE_CLASS_ID(AFaceStyle, L"AFaceStyle")
 void AFaceStyle::Serialize(ASceneSerializeContext& context)
 {
     ASceneRecord record(context);
-    record.Colour(m_Color);
-    record.Flag(m_bTransparent);
-    record.Flag(m_bUseMaterial);
-    record.Pointer(m_Material);
+    record.Colour("colour", m_Color);
+    record.Flag("transparent", m_bTransparent);
+    record.Flag("useMaterial", m_bUseMaterial);
+    record.Pointer("material", m_Material);
 }
 } // namespace Kelvra

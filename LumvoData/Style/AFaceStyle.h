@@ -12,13 +12,13 @@ namespace Kelvra {
 /// - Ownership: shares its material; a copy shares the same one.
 /// - Record: colour block (32 bytes), transparent flag (1 byte), use-material flag (1 byte), the material's
 ///   reference.
-/// - Errors: none of its own. A material that reads as empty leaves the style with the one it had.
+/// - Errors: none of its own. If the material reads as null, the style keeps the one it had.
 class KELVRA_API AFaceStyle : public ANodeStyle
 {
     KELVRA_DECLARE_CLASS_ID();
 
 public:
-    /// Empty where there is none.
+    /// Null if there is none.
     [[nodiscard]] const std::shared_ptr<AMaterial>& GetMaterial() const noexcept { return m_Material; }
     void SetMaterial(const std::shared_ptr<AMaterial>& material) noexcept { m_Material = material; }
     [[nodiscard]] bool IsTransparent() const noexcept { return m_bTransparent; }

@@ -9,8 +9,8 @@ KELVRA_DEFINE_CLASS_ID(ALineStyle, L"ALineStyle")
 void ALineStyle::Serialize(ASceneSerializeContext& context)
 {
     ASceneRecord record(context);
-    record.Colour(m_Color);
-    record.Number(m_LineWidth);
-    record.Flag(m_bModelLine);
+    record.Colour("colour", m_Color);
+    record.Number("width", m_LineWidth);
+    record.Flag("modelLine", m_bModelLine);
 }
 } // namespace Kelvra

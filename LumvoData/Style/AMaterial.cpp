@@ -48,12 +48,12 @@ void AMaterial::Serialize(AOStreamXML& stream)
 void AMaterial::Serialize(ASceneSerializeContext& context)
 {
     ASceneRecord record(context);
-    record.Colour(m_Ambient);
-    record.Colour(m_Diffuse);
-    record.Colour(m_Specular);
-    record.Colour(m_Emission);
-    record.Number(m_Shininess);
-    record.Pointer(m_DiffuseTexture);
-    record.Pointer(m_ReflectionTexture);
+    record.Colour("ambient", m_Ambient);
+    record.Colour("diffuse", m_Diffuse);
+    record.Colour("specular", m_Specular);
+    record.Colour("emission", m_Emission);
+    record.Number("shininess", m_Shininess);
+    record.Pointer("diffuseTexture", m_DiffuseTexture);
+    record.Pointer("reflectionTexture", m_ReflectionTexture);
 }
 } // namespace Kelvra

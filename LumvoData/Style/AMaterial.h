@@ -21,8 +21,8 @@ class ASceneSerializeContext;
 ///   references of the diffuse and the reflection texture.
 /// - XML: element "AMaterial" holding "m_Ambient", "m_Diffuse", "m_Specular", "m_Emission" and
 ///   "m_Shininess". The textures have no XML form.
-/// - Errors: none of its own. A texture that reads as empty, and an XML element that is missing, leave what the
-///   material had.
+/// - Errors: none of its own. Where a texture reads as null or an XML element is missing, the material keeps
+///   what it had.
 class KELVRA_API AMaterial : public AObject
 {
     KELVRA_DECLARE_CLASS_ID();
@@ -43,10 +43,10 @@ public:
     void SetEmission(const AMath::ColourValue& colour) noexcept { m_Emission = colour; }
     [[nodiscard]] float GetShininess() const noexcept { return m_Shininess; }
     void SetShininess(float shininess) noexcept { m_Shininess = shininess; }
-    /// Empty where there is none.
+    /// Null if there is none.
     [[nodiscard]] const std::shared_ptr<ATexture>& GetDiffuseTexture() const noexcept { return m_DiffuseTexture; }
     void SetDiffuseTexture(const std::shared_ptr<ATexture>& texture) noexcept { m_DiffuseTexture = texture; }
-    /// Empty where there is none.
+    /// Null if there is none.
     [[nodiscard]] const std::shared_ptr<ATexture>& GetReflectionTexture() const noexcept { return m_ReflectionTexture; }
     void SetReflectionTexture(const std::shared_ptr<ATexture>& texture) noexcept { m_ReflectionTexture = texture; }
 

@@ -11,6 +11,6 @@ template class TScenePtrCollector<std::shared_ptr<ANodeStyle>>;
 void ANodeStyle::Serialize(ASceneSerializeContext& context)
 {
     ASceneRecord record(context);
-    record.Colour(m_Color);
+    record.Colour("colour", m_Color);
 }
 } // namespace Kelvra

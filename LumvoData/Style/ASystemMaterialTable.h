@@ -25,9 +25,9 @@ public:
     /// A table of the 24 built-in materials.
     ASystemMaterialTable();
 
-    /// The table's own object under that name, or an empty pointer.
+    /// The table's own object under that name, or null.
     [[nodiscard]] std::shared_ptr<AMaterial> FindMaterial(const std::wstring& name) const;
-    /// Puts a material under `name`, in place of the one that is there. An empty pointer may be stored.
+    /// Puts a material under `name`, replacing the one that is there. A null pointer may be stored.
     void AddMaterial(const std::wstring& name, const std::shared_ptr<AMaterial>& material);
 
     /// The entries in the order of their names, each a pair of name and material.

@@ -33,8 +33,8 @@ void ATexture::Serialize(AOStreamXML& stream)
 void ATexture::Serialize(ASceneSerializeContext& context)
 {
     ASceneRecord record(context);
-    record.Text(m_szName);
-    record.Text(m_szFileName);
-    record.Flag(m_bEnableMask);
+    record.Text("name", m_szName);
+    record.Text("fileName", m_szFileName);
+    record.Flag("enableMask", m_bEnableMask);
 }
 } // namespace Kelvra

@@ -42,7 +42,7 @@ public:
     [[nodiscard]] AMath::Vector3 Direction() const noexcept { return Row(8); }
     [[nodiscard]] AMath::Vector3 Up() const noexcept { return Row(4); }
     [[nodiscard]] AMath::Vector3 Right() const noexcept { return Row(0); }
-    /// Distance to the target, in world units; kept for callers, 0 at first.
+    /// Distance to the target, in world units; kept for callers; initially 0.
     [[nodiscard]] float TargetDistance() const noexcept { return m_TargetDistance; }
     void TargetDistance(float distance) noexcept { m_TargetDistance = distance; }
 

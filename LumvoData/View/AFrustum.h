@@ -32,9 +32,9 @@ public:
 
     void SetPlane(int i, const AMath::Plane& plane) noexcept { m_Planes[i] = plane; }
     [[nodiscard]] const AMath::Plane& GetPlane(int i) const noexcept { return m_Planes[i]; }
-    /// The six planes, to be written.
+    /// The six planes, to be modified.
     [[nodiscard]] AMath::Plane* GetPlanes() noexcept { return m_Planes; }
-    /// The six planes, to be read.
+    /// The six planes, to be read. (A getter in spite of its name, which is fixed.)
     [[nodiscard]] const AMath::Plane* SetPlanes() const noexcept { return m_Planes; }
 
     /// False for a null box, true for an infinite one; otherwise false when the whole box lies outside one of
@@ -45,7 +45,7 @@ public:
             return box.isInfinite();
         const AMath::Vector3 centre = box.getCenter();
         const AMath::Vector3 halfSize = box.getHalfSize();
-        // Every plane is asked: which one a box fails at cannot be foretold, and a wrong guess costs more than four tests.
+        // All four planes are always tested: an early exit is unpredictable, and a mispredicted branch costs more than the tests it saves.
         bool outside = false;
         for (int i = FrustumLeft; i <= FrustumBottom; ++i)
             outside |= m_Planes[i].getSide(centre, halfSize) == AMath::Plane::NEGATIVE_SIDE;
@@ -61,6 +61,7 @@ public:
     }
     /// True when the box meets one of the six planes, each taken without bounds: a box wholly inside the
     /// frustum meets none, one far outside may meet some.
+    /// (The spelling of the name is fixed.)
     [[nodiscard]] bool IsInterset(const AMath::AxisAlignedBox& box) const noexcept
     {
         for (const AMath::Plane& plane : m_Planes)

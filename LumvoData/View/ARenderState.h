@@ -4,8 +4,8 @@
 
 namespace Kelvra {
 
-/// A small record of render settings. The library copies it and reads none of its fields: what they mean is
-/// the renderer's.
+/// A small record of render settings. The library copies it and reads none of its fields; their meaning is up
+/// to the renderer.
 class ARenderState
 {
 public:

@@ -59,6 +59,7 @@ public:
     /// Height over width, a quotient of floats.
     [[nodiscard]] float Aspect() const noexcept;
     /// Width and height of the orthographic view volume, as floats: (W, W · Aspect()), W being extents · zoom.
+    /// (The spelling of the name is fixed.)
     [[nodiscard]] AMath::Vector2 NearClipPlan() const noexcept;
 
     /// From view space to clip space, as it was built last. Depth runs from 0 at near to 1 at far.

@@ -73,7 +73,10 @@ TEST_F(Stack, HoldsTheDeepestNesting)
     const auto measure = [&](const char* what, const std::function<void()>& run) {
         int reports = 0;
         const std::size_t used = RunOnStack(2 * s_Most, [&] {
-            const KvAssertScope counting([&](const KvReport&) { ++reports; });
+            const KvAssertScope counting([&](const KvReport&) {
+                ++reports;
+                CountReport();
+            });
             run();
         });
         RecordProperty(what, static_cast<int>(used));

@@ -169,11 +169,13 @@ TEST_F(AssimpTest, FilesOutsideTheFolderAreNotOpened)
     for (const char* const name : {"sub/in.off", "out.off"})
         PutText(name, "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n");
     std::filesystem::create_symlink("../out.off", PathOf("sub/link.off"));
-    for (const std::string name : {"in.off", "link.off", "../out.off"}) {
-        const auto pieces = Load(L"assimp-lightwave-scene", "sub/a.lws",
-                                 "LWSC\n3\n\nFirstFrame 1\nLastFrame 9\nLoadObjectLayer 1 " + name + '\n');
-        EXPECT_EQ(pieces.size(), name == "in.off" ? 1U : 0U) << name;
-        EXPECT_THAT(TakeLosses().front(), testing::HasSubstr(name == "in.off" ? "names" : "not in the folder"));
-    }
+    const std::string load = "\nLoadObjectLayer 1 ";
+    EXPECT_EQ(Load(L"assimp-lightwave-scene", "sub/a.lws",
+                   "LWSC\n3\n\nFirstFrame 1" + load + "in.off" + load + "link.off" + load + "../out.off\n")
+                  .size(),
+              1U);
+    EXPECT_THAT(TakeLosses(),
+                testing::IsSupersetOf({"1 x files that are not in the folder or below it: \"../out.off\"",
+                                       "1 x files that are not in the folder or below it: \"link.off\""}));
 }
 } // namespace

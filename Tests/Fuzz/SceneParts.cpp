@@ -69,7 +69,7 @@ private:
         case FieldKind::Floats:
         case FieldKind::Indices:
             return TakeElements(4);
-        case FieldKind::Pointer:
+        case FieldKind::Reference:
             return ReadReference(field.family, 0, depth + 1);
         case FieldKind::List:
         case FieldKind::Vector: {
@@ -147,6 +147,9 @@ void AddField(Bytes& bytes, const Field& field, int depth, Random& random)
     case FieldKind::Float:
         bytes.Float(static_cast<float>(random() % 100) / 8);
         break;
+    case FieldKind::Double:
+        bytes.Double(static_cast<double>(random() % 100) / 8);
+        break;
     case FieldKind::Flag:
         bytes.Byte(static_cast<unsigned>(random() % 2));
         break;
@@ -174,7 +177,7 @@ void AddField(Bytes& bytes, const Field& field, int depth, Random& random)
     case FieldKind::Indices:
         bytes.Int(3).Int(0).Int(1).Int(2);
         break;
-    case FieldKind::Pointer:
+    case FieldKind::Reference:
         bytes.Add(MakeFieldReference(field, depth, random));
         break;
     case FieldKind::List: {

@@ -13,7 +13,7 @@ public:
     {
         Kelvra::AEntity::Serialize(context);
         Kelvra::ASceneRecord record(context);
-        record.Number(m_Value);
+        record.Number("value", m_Value);
     }
     bool Visit(Kelvra::AEntityVisitor&) override { return m_Value != 0; }
 

@@ -77,6 +77,8 @@ public:
 
     /// What has been reported since the last call.
     Reports TakeReports() { return std::exchange(m_Reports, {}); }
+    /// Counts a report that a handler of another thread received.
+    void CountReport() { ++m_Reported; }
 
 private:
     std::filesystem::path m_Folder;

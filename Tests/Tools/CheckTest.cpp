@@ -17,7 +17,6 @@
 #include <set>
 
 using namespace Kelvra;
-using Lumvo::FieldKind;
 using Lumvo::FindingCode;
 using Lumvo::Findings;
 using Lumvo::Severity;
@@ -64,162 +63,21 @@ public:
         return Saved(demo.roots);
     }
 };
-
-/// What Serialize of single objects transfers, the objects that they hold as keys alone.
-class Transfers : public Lumvo::RecordContext
-{
-public:
-    explicit Transfers(const Lumvo::Roots& roots)
-    {
-        for (const auto& root : roots)
-            Collector().WritePtr(root, *this);
-    }
-    std::vector<std::string> Of(const AObject& object)
-    {
-        m_Transfers.clear();
-        Store<ASceneNode, AEntity, ASubEntity, ANodeStyle, AMaterial, ATexture>(object);
-        return std::move(m_Transfers);
-    }
-
-private:
-    template <class... Bases> void Store(const AObject& object) { (StoreAs<Bases>(object), ...); }
-    template <class Base> void StoreAs(const AObject& object)
-    {
-        if (const auto* const typed = dynamic_cast<const Base*>(&object))
-            const_cast<Base*>(typed)->Serialize(*this);
-    }
-    void Put(const void* data, std::size_t count) override
-    {
-        m_Transfers.emplace_back(static_cast<const char*>(data), count);
-    }
-
-    std::vector<std::string> m_Transfers;
-};
-
-/// Holds transfers against what a table says.
-class TransferReader
-{
-public:
-    explicit TransferReader(std::vector<std::string> transfers) : m_Transfers(std::move(transfers)) {}
-
-    [[nodiscard]] bool AtEnd() const { return m_At == m_Transfers.size(); }
-    void Expect(const Lumvo::Field& field)
-    {
-        switch (field.kind) {
-        case FieldKind::Integer:
-            return ExpectElements<std::int32_t>(1);
-        case FieldKind::Float:
-            return ExpectElements<float>(1);
-        case FieldKind::Box: // corner by corner
-            ExpectBlock(24);
-            return ExpectBlock(24);
-        case FieldKind::Text:
-            return ExpectBlock(2 * Count());
-        case FieldKind::Floats:
-            return ExpectElements<float>(Count());
-        case FieldKind::Indices:
-            return ExpectElements<std::int32_t>(Count());
-        case FieldKind::Pointer:
-            return ExpectBlock(4);
-        case FieldKind::List:
-            return ExpectReferences(Count());
-        case FieldKind::Vector: {
-            const std::size_t count = Count();
-            ExpectBlock(2 * Count()); // its tag
-            return ExpectReferences(count);
-        }
-        case FieldKind::Flag:
-        case FieldKind::Point:
-        case FieldKind::Matrix:
-        case FieldKind::Colour:
-            return ExpectBlock(Lumvo::FixedSizeOf(field.kind));
-        }
-    }
-
-private:
-    std::string Next() { return AtEnd() ? std::string() : m_Transfers[m_At++]; }
-    void ExpectBlock(std::size_t size)
-    {
-        if (size > 0) {
-            EXPECT_EQ(Next().size(), size);
-        }
-    }
-    void ExpectReferences(std::size_t count)
-    {
-        for (std::size_t i = 0; i < count; ++i)
-            ExpectBlock(4);
-    }
-    std::size_t Count()
-    {
-        const std::string bytes = Next();
-        std::int32_t count = 0;
-        EXPECT_EQ(bytes.size(), sizeof count);
-        std::memcpy(&count, bytes.data(), std::min(bytes.size(), sizeof count));
-        return static_cast<std::size_t>(count);
-    }
-    /// Integers and floats have one size, but what the one means makes no sense as the other.
-    template <class T> void ExpectElements(std::size_t count)
-    {
-        if (count == 0)
-            return;
-        const std::string bytes = Next();
-        ASSERT_EQ(bytes.size(), count * sizeof(T));
-        for (std::size_t i = 0; i < count; ++i) {
-            T number{};
-            std::memcpy(&number, bytes.data() + i * sizeof(T), sizeof number);
-            EXPECT_LT(std::abs(number), T{1000000});
-            EXPECT_NE(std::fpclassify(number), FP_SUBNORMAL) << "an integer, taken for a float";
-        }
-    }
-
-    std::vector<std::string> m_Transfers;
-    std::size_t m_At = 0;
-};
-
-template <class Base> bool IsMade(const std::wstring& className)
-{
-    const std::unique_ptr<AObject> object(TSingleton<AClassFactory>::Instance().CreateObject(className));
-    return dynamic_cast<const Base*>(object.get()) != nullptr;
-}
 } // namespace
 
-// The table and Serialize of each class that a file can carry tell of the same fields, in the same order.
-TEST_F(Check, RecordTableAgreesWithSerialize)
+// A file with an object of each class is walked whole, without a finding.
+TEST_F(Check, WalksEveryClass)
 {
-    using IsOfFamily = bool (*)(const std::wstring&);
-    const std::array<IsOfFamily, Lumvo::FamilyCount> isOfFamily = {IsMade<ASceneNode>, IsMade<AEntity>,
-                                                                   IsMade<ASubEntity>, IsMade<ANodeStyle>,
-                                                                   IsMade<AMaterial>,  IsMade<ATexture>};
-    std::set<std::wstring> expected;
-    for (const auto& [name, creator] : TSingleton<AClassFactory>::Instance()) {
-        SCOPED_TRACE(Lumvo::Show(name));
-        expected.insert(name);
-        const Lumvo::RecordDescription* const record = Lumvo::FindRecord(name);
-        ASSERT_NE(record, nullptr);
-        EXPECT_TRUE(isOfFamily[static_cast<std::size_t>(record->family)](name));
-    }
-    EXPECT_EQ(Lumvo::AllRecords().size(), expected.size());
-
     Lumvo::DemoScene demo;
     demo.ReplaceHighlight();
-    Transfers transfers(demo.roots);
-    std::set<std::wstring> seen;
+    const Bytes file = Saved(demo.roots);
     const std::vector<const AObject*> objects = Lumvo::SceneObjects(demo.roots).objects;
-    for (const AObject* const object : objects) {
-        const std::wstring& name = object->GetRuntimeClassId().GetName();
-        SCOPED_TRACE(Lumvo::Show(name));
-        seen.insert(name);
-        TransferReader reader(transfers.Of(*object));
-        for (const Lumvo::Field& field : Lumvo::FindRecord(name)->fields) {
-            SCOPED_TRACE(std::string(field.name));
-            reader.Expect(field);
-        }
-        EXPECT_TRUE(reader.AtEnd());
-    }
-    EXPECT_EQ(seen, expected) << "the demonstration holds an object of each class";
+    std::set<std::wstring> seen;
+    for (const AObject* const object : objects)
+        seen.insert(object->GetRuntimeClassId().GetName());
+    EXPECT_EQ(seen.size(), Lumvo::AllRecords().size());
 
     Findings findings;
-    const Bytes file = Saved(demo.roots);
     const Lumvo::WalkEnd end = Walk(file, findings);
     EXPECT_TRUE(end.inStep);
     EXPECT_EQ(end.offset, file.Size());

@@ -290,7 +290,7 @@ public:
     using ASubText::Serialize;
     void Serialize(ASceneSerializeContext& context) override
     {
-        ++s_Stored;
+        s_Stored += context.GetFieldVisitor() == nullptr ? 1 : 0;
         ASubText::Serialize(context);
     }
 };

@@ -156,9 +156,9 @@ TEST_F(Diff, TakesNothingForGrantedOfAModulesClasses)
     };
     EXPECT_EQ(differences("N1one", "N1one"), nullptr);
     EXPECT_EQ(differences("N1one", "N2one"),
-              Differs("record", "ANotedEntity", "", "roots[0].entity", "61 bytes, 49 at [56]", "61 bytes, 50 at [56]"));
+              Differs("record", "ANotedEntity", "", "roots[0].entity", "1 byte, 49 at [0]", "1 byte, 50 at [0]"));
     EXPECT_EQ(differences("N1one", "N1two"),
-              Differs("value", "ASubText", "text", "ASubEntity[1]", "\"one\"", "\"two\""));
+              Differs("value", "ASubText", "text", "roots[0].entity.reference", "\"one\"", "\"two\""));
 }
 
 class Merge : public Diff
