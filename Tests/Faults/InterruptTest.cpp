@@ -15,7 +15,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -57,9 +56,12 @@ protected:
                            R"({"bufferView":0,"componentType":5126,"count":3,"type":"VEC2"}],)"
                            R"("bufferViews":[{"buffer":0,"byteLength":36}],"buffers":[{"byteLength":36,)" +
                            uri + std::string(48, digit) + "\"}]";
-        const auto add = [&](const std::string& start, const std::string& item) { // with a number for each #
-            for (int i = 0; i < GetParam().images; ++i)
-                text += (i > 0 ? "," : start) + std::regex_replace(item, std::regex("#"), std::to_string(i));
+        const auto add = [&](const std::string& start, const std::string& item) { // with a number for the #
+            const std::size_t mark = item.find('#');
+            for (int i = 0; i < GetParam().images; ++i) {
+                text += i > 0 ? "," : start;
+                text += mark == std::string::npos ? item : std::string(item).replace(mark, 1, std::to_string(i));
+            }
         };
         add(",\"images\":[", R"({"name":"skin#",)" + uri + std::string(8, digit) + "\"}");
         add("],\"textures\":[", R"({"source":#})");
