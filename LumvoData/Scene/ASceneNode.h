@@ -67,7 +67,7 @@ public:
     {
         m_Styles[static_cast<std::size_t>(index)] = style;
     }
-    /// The styles of all slots, and behind them any that a damaged file added.
+    /// The styles of all slots, followed by any that a damaged file added.
     [[nodiscard]] const std::vector<std::shared_ptr<ANodeStyle>>& GetStyles() const noexcept { return m_Styles; }
     /// Replaces all four slots. Any other number of styles is reported with "Size is incorrect!" and changes
     /// nothing.

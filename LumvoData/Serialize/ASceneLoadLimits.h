@@ -6,7 +6,7 @@
 namespace Kelvra {
 
 /// Bounds that a caller sets for one load, for files that it trusts less, or memory that it has less of, than the
-/// library assumes. They tighten the library's own bounds, which hold whatever stands here. How deep references may nest
+/// library assumes. They tighten the library's own bounds, which hold in any case. How deep references may nest
 /// is set on the context, for both directions: ASceneSerializeContext::SetNestingLimit.
 ///
 /// - Units: bytes as they stand in the file, not as they come to lie in memory: a text may take twice as much

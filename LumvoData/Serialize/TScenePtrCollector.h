@@ -67,7 +67,7 @@ public:
         ReadObject(p, key, keyOffset, context);
     }
 
-    /// The object recorded in this run under `key`, or an empty pointer.
+    /// The object recorded in this run under `key`, or null.
     [[nodiscard]] std::shared_ptr<T> Find(long key) const
     {
         const auto number = static_cast<std::uint32_t>(key);
